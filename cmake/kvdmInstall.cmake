@@ -1,0 +1,1 @@
+# cmake --install: libraries, headers, kvdm, a CMake package and pkg-config files.
