@@ -13,3 +13,4 @@
 #include <kvdocmgr/IKvDMTable.h>
 #include <kvdocmgr/oletypes.h>
 #include <kvdocmgr/owned.h>
+#include <kvdocmgr/text.h>

@@ -1,0 +1,18 @@
+// The trace routine: operations of the storage layer pass it a line on entry. It discards the line; a debugging build of a
+// host may put a sink here, and only then is the line made.
+#pragma once
+
+#include <string>
+
+namespace kvdm {
+
+using TraceSink = void (*)(const std::string& line);
+inline TraceSink traceSink = nullptr;
+
+template <class MakeLine> void trace(MakeLine&& makeLine)
+{
+    if (traceSink)
+        traceSink(makeLine());
+}
+
+} // namespace kvdm

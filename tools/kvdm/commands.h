@@ -1,0 +1,39 @@
+// One function a command. Each reads its own options, and returns the exit code.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace kvdm::tool {
+
+// Registers the command with its options; what it does runs when the command line was parsed whole.
+void addDump(CLI::App& app, int& exitCode);
+void addInfo(CLI::App& app, int& exitCode);
+void addProps(CLI::App& app, int& exitCode);
+void addLs(CLI::App& app, int& exitCode);
+void addCat(CLI::App& app, int& exitCode);
+
+constexpr int exitDone = 0;
+constexpr int exitFailed = 1;
+constexpr int exitUsage = 2;
+
+// Runs body for each file; what fails is told on standard error, one line a file, and the others are still done.
+template <class Body> int forEachFile(const std::vector<std::string>& files, Body&& body);
+
+// One line on standard error.
+void complain(const std::string& line);
+
+template <class Body> int forEachFile(const std::vector<std::string>& files, Body&& body)
+{
+    int code = exitDone;
+    for (const std::string& file : files) {
+        try {
+            body(file);
+        } catch (const std::exception& failure) {
+            complain(failure.what());
+            code = exitFailed;
+        }
+    }
+    return code;
+}
+
+} // namespace kvdm::tool

@@ -1,0 +1,133 @@
+// kvdm info: a document for a person.
+#include "client.h"
+#include "commands.h"
+#include "terminal.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <iostream>
+
+namespace kvdm::tool {
+
+namespace {
+
+constexpr std::size_t labelColumns = 16;
+
+void line(std::string_view label, const std::string& value)
+{
+    if (!value.empty())
+        std::cout << "  " << faint(padded(label, labelColumns)) << value << '\n';
+}
+
+void heading(const std::string& text)
+{
+    std::cout << '\n' << bold(text) << '\n';
+}
+
+std::string kindOf(const std::string& file)
+{
+    std::string extension = std::filesystem::path(file).extension().string();
+    for (char& c : extension)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (extension == ".kvdasm" || extension == ".asm" || extension == ".asmdot")
+        return "assembly";
+    if (extension == ".kvddrw" || extension == ".drw" || extension == ".drwdot")
+        return "drawing";
+    return "part";
+}
+
+std::string joined(const std::vector<std::u16string>& texts)
+{
+    std::string result;
+    for (const std::u16string& text : texts)
+        result += (result.empty() ? "" : ", ") + printable(text);
+    return result;
+}
+
+void showProperties(const std::string& title, const std::vector<Property>& properties)
+{
+    if (properties.empty())
+        return;
+    heading(fmt::format("{} ({})", title, properties.size()));
+    std::size_t widest = 0;
+    for (const Property& property : properties)
+        widest = std::max(widest, columnsOf(printable(property.name)));
+    widest = std::min<std::size_t>(widest, 40);
+    for (const Property& property : properties) {
+        std::cout << "  " << coloured(padded(printable(property.name), widest), 6) << "  " << faint(padded(typeName(property.type), 7)) << "  "
+                  << printable(property.value);
+        if (!property.linkedTo.empty())
+            std::cout << faint("  = " + printable(property.linkedTo));
+        std::cout << '\n';
+    }
+}
+
+void show(const std::string& file)
+{
+    const Document document(file);
+    document.requireReadable();
+    const auto text = [&](HRESULT (IKvDMDocument::*get)(BSTR*)) { return printable(document.text(get).value_or(u"")); };
+    LONG version = 0;
+    LONG stamp = 0;
+    document->GetVersion(&version);
+    document->GetLastUpdateStamp(&stamp);
+    std::error_code unknown;
+    const auto bytes = std::filesystem::file_size(file, unknown);
+
+    std::cout << bold(std::filesystem::path(file).filename().string()) << '\n';
+    line("Kind", kindOf(file));
+    line("Version", fmt::format("{}", version));
+    if (!unknown)
+        line("Size", sizeText(bytes));
+    line("Update stamp", fmt::format("{}", stamp));
+    line("Title", text(&IKvDMDocument::get_Title));
+    line("Subject", text(&IKvDMDocument::get_Subject));
+    line("Author", text(&IKvDMDocument::get_Author));
+    line("Keywords", text(&IKvDMDocument::get_Keywords));
+    line("Comments", text(&IKvDMDocument::get_Comments));
+    line("Created", text(&IKvDMDocument::get_CreationDate));
+    line("Last saved", text(&IKvDMDocument::get_LastSavedDate));
+    line("Last saved by", text(&IKvDMDocument::get_LastSavedBy));
+
+    VARIANT_BOOL flag = VARIANT_FALSE;
+    if (SUCCEEDED(document->IsDetachedDrawing(&flag)) && flag)
+        line("Drawing", "detached");
+    if (SUCCEEDED(document->IsSmartComponentDocument(&flag)) && flag)
+        line("Component", "smart");
+    KvDmToolboxPartType toolbox = kvDmNotAToolboxPart;
+    if (SUCCEEDED(document->get_ToolboxPart(&toolbox)) && toolbox != kvDmNotAToolboxPart)
+        line("Toolbox", toolbox == kvDmToolboxStandardPart ? "standard part" : "copied part");
+    OwnedVariant sheets;
+    OwnedBstr active;
+    if (SUCCEEDED(document->GetSheetNames(sheets.put())) && SUCCEEDED(document->GetActiveSheetName(active.put()))) {
+        line("Sheets", joined(texts(sheets.get())));
+        line("Active sheet", printable(active.view()));
+    }
+    OwnedVariant attachments;
+    if (SUCCEEDED(document->GetLinkedAttachments(attachments.put())))
+        line("Attachments", joined(texts(attachments.get())));
+    line("Links", joined(document.hyperLinks()));
+
+    showProperties("Custom properties", document.customProperties());
+    showProperties("Invisible properties", document.invisibleProperties());
+}
+
+} // namespace
+
+void addInfo(CLI::App& app, int& exitCode)
+{
+    auto files = std::make_shared<std::vector<std::string>>();
+    CLI::App* command = app.add_subcommand("info", "Shows what a document is: version, summary, links, properties");
+    command->add_option("FILE", *files, "Documents")->required();
+    command->callback([files, &exitCode] {
+        bool first = true;
+        exitCode = forEachFile(*files, [&](const std::string& file) {
+            if (!std::exchange(first, false))
+                std::cout << '\n';
+            show(file);
+        });
+    });
+}
+
+} // namespace kvdm::tool

@@ -1,0 +1,109 @@
+#include "nodes.h"
+
+#include "client.h"
+#include "storage/codecs/suCompressedFile_c.h"
+#include "storage/elements.h"
+#include "storage/suStreamFile.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace kvdm::tool {
+
+namespace {
+
+constexpr std::size_t deepestStorage = 256; // a damaged directory may lead in circles
+constexpr std::size_t pieceSize = 1 << 20;
+constexpr std::u16string_view zlibSuffix = u"__ZLB";
+constexpr std::u16string_view zipSuffix = u"__Zip";
+
+void walkInto(IStorage& storage, std::vector<std::u16string>& path, const std::function<void(const Node&, IStorage&)>& visit)
+{
+    const ComPtr<IEnumSTATSTG> enumerator = enumerateElements(storage);
+    suElementBatch batch(64);
+    do {
+        const std::size_t count = batch.fetch(*enumerator);
+        for (std::size_t i = 0; i < count; ++i) {
+            const bool isStorage = batch[i].type == STGTY_STORAGE;
+            path.emplace_back(batch.name(i));
+            visit({path, isStorage, isStorage ? 0 : batch[i].cbSize.QuadPart}, storage);
+            ComPtr<IStorage> child;
+            if (isStorage && path.size() < deepestStorage) {
+                if (FAILED(storage.OpenStorage(batch[i].pwcsName, nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, child.put())))
+                    (void)child.detach();
+                else
+                    walkInto(*child, path, visit);
+            }
+            path.pop_back();
+        }
+    } while (batch.isFull());
+}
+
+} // namespace
+
+ComPtr<IStorage> openCompoundFile(const std::string& nativePath)
+{
+    const std::u16string path = fromUtf8(nativePath, IllFormed::keep);
+    const OwnedBstr name(path);
+    ComPtr<IStorage> root;
+    const HRESULT status = StgOpenStorage(name.get(), nullptr, STGM_SHARE_DENY_NONE | STGM_TRANSACTED, nullptr, 0, root.put());
+    if (SUCCEEDED(status))
+        return root;
+    (void)root.detach();
+    switch (status) {
+    case STG_E_FILENOTFOUND:
+    case STG_E_PATHNOTFOUND:
+        throw Failure(nativePath + ": no such file");
+    case STG_E_FILEALREADYEXISTS: // the status of a file of another kind
+    case STG_E_INVALIDHEADER:
+    case STG_E_OLDFORMAT:
+        throw Failure(nativePath + ": not a compound file");
+    case STG_E_DOCFILECORRUPT:
+        throw Failure(nativePath + ": damaged");
+    default:
+        throw Failure(nativePath + ": cannot be opened: " + statusText(status));
+    }
+}
+
+void walk(IStorage& root, const std::function<void(const Node&, IStorage&)>& visit)
+{
+    std::vector<std::u16string> path;
+    walkInto(root, path, visit);
+}
+
+std::string formOf(const Node& node)
+{
+    if (!node.isStorage && node.path.back().ends_with(zlibSuffix))
+        return "ZLB";
+    if (!node.isStorage && node.path.back().ends_with(zipSuffix))
+        return "Zip";
+    return "plain";
+}
+
+bool readStream(IStorage& parent, const std::u16string& name, bool decoded, const std::function<void(const void*, std::size_t)>& take)
+{
+    suStreamFile stream;
+    if (!stream.openStream(parent, name, STGM_SHARE_EXCLUSIVE))
+        return false;
+    const bool zlib = name.ends_with(zlibSuffix);
+    std::vector<std::uint8_t> piece(pieceSize);
+    const auto copy = [&](suFile& file) {
+        for (std::size_t read = 0; (read = file.Read(piece.data(), piece.size())) > 0;)
+            take(piece.data(), read);
+        file.Close();
+    };
+    try {
+        if (decoded && (zlib || name.ends_with(zipSuffix))) {
+            suCompressedFile_c pipe(stream, false, zlib ? 4 : 2);
+            copy(pipe);
+        } else {
+            copy(stream);
+        }
+    } catch (const suException&) {
+        throw Failure("the stream cannot be read to its end");
+    }
+    return true;
+}
+
+} // namespace kvdm::tool
