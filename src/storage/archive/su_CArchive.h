@@ -1,6 +1,7 @@
 // Reader and writer of object streams: raw little-endian values, counts, strings, and objects behind class and object tags.
 #pragma once
 
+#include "common/exceptions.h"
 #include "storage/archive/su_CObject.h"
 #include "storage/suFile.h"
 
@@ -200,11 +201,13 @@ private:
         std::size_t firstOfRing = std::numeric_limits<std::size_t>::max();
     };
 
-    void FillBuffer(std::size_t needed);
+    void FillBuffer(std::size_t needed);     // cause end of file when that many cannot be had
+    std::size_t iRefill(std::size_t needed); // returns what is buffered then
+    template <class Text> Text iReadText(std::uint64_t count);
     void iWriteOut();
     suFile& iFile();
     static std::uint64_t iPieceOf(std::uint64_t have, std::size_t size) noexcept { return std::max<std::uint64_t>(have, standardBufferSize / size); }
-    [[noreturn]] void iFail(int cause) const;
+    [[noreturn]] void iFail(suArchiveException::Cause cause) const;
     bool iReadLength(std::uint64_t& length); // true for the mark of UTF-16 text
     void iCheckCount() const;
     void iPrepareLoad();
@@ -212,6 +215,7 @@ private:
     std::uint32_t iSchemaOf(const suRuntimeClass& runtimeClass) const noexcept;
     std::shared_ptr<su_CObject> iReadNewObject(const suRuntimeClass& runtimeClass, std::uint32_t schema);
     std::shared_ptr<su_CObject> iReferTo(std::uint32_t tag, const suRuntimeClass* requested);
+    std::shared_ptr<su_CObject> iHandOut(const std::shared_ptr<su_CObject>& object) const;
     void iWriteTag(std::uint32_t index, bool isClass);
 
     suFile* m_pFile;

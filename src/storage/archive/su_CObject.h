@@ -4,6 +4,7 @@
 #include "common/runtimeClass.h"
 
 #include <memory>
+#include <string_view>
 
 namespace kvdm {
 
@@ -37,14 +38,26 @@ protected:
     su_CObject& operator=(const su_CObject&) = default;
 };
 
-// For the run-time class of a persistent class.
+// The schema of every persistent class: it writes 1 and takes any.
+constexpr std::uint32_t anySchema = 1 | suRuntimeClass::versionable;
+
 template <class Object> std::unique_ptr<su_CObject> createObject()
 {
     return std::make_unique<Object>();
 }
 
-// The schema of every persistent class: it writes 1 and takes any.
-constexpr std::uint32_t anySchema = 1 | suRuntimeClass::versionable;
+// Gives the class Self, which derives from this, its run-time class: its name in streams is Self::streamName, the class
+// above it is that of Base.
+//     class moStamp_c final : public suPersistent<moStamp_c> { public: static constexpr std::string_view streamName = ... };
+template <class Self, class Base = su_CObject> class suPersistent : public Base
+{
+public:
+    static const suRuntimeClass runtimeClass;
+    const suRuntimeClass& getRuntimeClass() const noexcept override { return runtimeClass; }
+};
+
+template <class Self, class Base>
+constinit const suRuntimeClass suPersistent<Self, Base>::runtimeClass{Self::streamName, anySchema, &Base::runtimeClass, &createObject<Self>};
 
 // The object as what it is, or null when it is of another class (or null).
 template <class Object> Object* objectAs(su_CObject* object) noexcept

@@ -1,0 +1,66 @@
+#include "storage/headers/dmConfigHeader_c.h"
+
+#include "storage/archive/su_CArchive.h"
+#include "storage/headers/dmSerializeContext.h"
+#include "storage/suStructuredStorage.h"
+
+namespace kvdm {
+
+void dmConfigHeader_c::serialize(su_CArchive& archive)
+{
+    const dmSerializeContext& context = dmSerializeContext::of(archive);
+    if (context.version <= 0)
+        throw suFileException(suFileException::generic, -1, archive.m_strFileName);
+    if (archive.IsStoring()) {
+        archive << configurationKind << name << configurationId;
+        if (context.from(1341))
+            archive << lastUpdateStamp;
+        if (context.from(2037))
+            archive << description << parentId;
+        if (context.from(2136))
+            archive << value2136;
+        if (context.from(2610))
+            archive << comment << alternateName;
+    } else {
+        archive >> configurationKind >> name >> configurationId;
+        if (context.from(1341))
+            archive >> lastUpdateStamp;
+        if (context.from(2037))
+            archive >> description >> parentId;
+        if (context.from(2136))
+            archive >> value2136;
+        if (context.from(2610))
+            archive >> comment >> alternateName;
+    }
+}
+
+std::u16string dmConfigHeader_c::getConfigurationNodeName() const
+{
+    const std::string digits = std::to_string(configurationId);
+    return u"Config-" + std::u16string(digits.begin(), digits.end());
+}
+
+void dmConfigHeader_c::loadProperties(suStructuredStorage& storage)
+{
+    if (properties || !storage.getRootStorage())
+        return;
+    properties = makeConfigurationProperties();
+    if (properties)
+        properties->load(*storage.getRootStorage(), getConfigurationNodeName() + u"-Properties");
+}
+
+void dmConfigHeader_c::saveProperties(suStructuredStorage& storage)
+{
+    if (!properties || !storage.getRootStorage())
+        return;
+    const std::u16string stream = getConfigurationNodeName() + u"-Properties";
+    if (properties->hasAny()) {
+        properties->save(*storage.getRootStorage(), stream);
+    } else {
+        storage.releaseChildStorage(); // the stream lies in the root
+        storage.destroyNode(stream);
+        storage.releaseStream(); // destroyNode leaves the form of the node behind, which this clears
+    }
+}
+
+} // namespace kvdm
