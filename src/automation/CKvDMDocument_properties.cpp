@@ -1,0 +1,253 @@
+// Summary fields and custom properties, visible and invisible.
+#include "automation/automationValues.h"
+#include "automation/callOnCore.h"
+#include "automation/CKvDMDocument.h"
+#include "automation/dmDocument_c.h"
+#include "automation/propertyValues.h"
+#include "properties/suPropertyStore_c.h"
+#include "properties/suSummaryInformation_c.h"
+
+namespace kvdm {
+
+// ---- summary --------------------------------------------------------------------------------------------------------
+
+HRESULT CKvDMDocument::iGetSummary(int index, BSTR* out) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            const suSummaryInformation_c* summary = document.getSummary();
+            giveText(summary ? summary->getField(static_cast<SummaryField>(index)) : std::u16string(), out);
+            return S_OK;
+        },
+        out);
+}
+
+HRESULT CKvDMDocument::iPutSummary(int index, BSTR text) noexcept
+{
+    return callOnCore(core, [&](dmDocument_c& document) {
+        suSummaryInformation_c* summary = document.getSummary();
+        if (!summary)
+            return E_FAIL;
+        summary->setField(static_cast<SummaryField>(index), OwnedBstr::viewOf(text));
+        return S_OK;
+    });
+}
+
+HRESULT CKvDMDocument::get_Title(BSTR* title) noexcept
+{
+    return iGetSummary(0, title);
+}
+HRESULT CKvDMDocument::put_Title(BSTR title) noexcept
+{
+    return iPutSummary(0, title);
+}
+HRESULT CKvDMDocument::get_Subject(BSTR* subject) noexcept
+{
+    return iGetSummary(1, subject);
+}
+HRESULT CKvDMDocument::put_Subject(BSTR subject) noexcept
+{
+    return iPutSummary(1, subject);
+}
+HRESULT CKvDMDocument::get_Author(BSTR* author) noexcept
+{
+    return iGetSummary(2, author);
+}
+HRESULT CKvDMDocument::put_Author(BSTR author) noexcept
+{
+    return iPutSummary(2, author);
+}
+HRESULT CKvDMDocument::get_Keywords(BSTR* keywords) noexcept
+{
+    return iGetSummary(3, keywords);
+}
+HRESULT CKvDMDocument::put_Keywords(BSTR keywords) noexcept
+{
+    return iPutSummary(3, keywords);
+}
+HRESULT CKvDMDocument::get_Comments(BSTR* comments) noexcept
+{
+    return iGetSummary(4, comments);
+}
+HRESULT CKvDMDocument::put_Comments(BSTR comments) noexcept
+{
+    return iPutSummary(4, comments);
+}
+HRESULT CKvDMDocument::get_LastSavedBy(BSTR* lastSavedBy) noexcept
+{
+    return iGetSummary(5, lastSavedBy);
+}
+HRESULT CKvDMDocument::get_CreationDate(BSTR* creationDate) noexcept
+{
+    return iGetSummary(6, creationDate);
+}
+HRESULT CKvDMDocument::get_LastSavedDate(BSTR* lastSavedDate) noexcept
+{
+    return iGetSummary(7, lastSavedDate);
+}
+HRESULT CKvDMDocument::GetTags(BSTR* tags) noexcept
+{
+    return get_Keywords(tags);
+}
+
+// ---- custom properties ----------------------------------------------------------------------------------------------
+
+HRESULT CKvDMDocument::iAddProperty(bool visible, BSTR name, KvDmCustomInfoType type, BSTR value, VARIANT_BOOL* added) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            *added = VARIANT_FALSE;
+            suPropertyStore_c* store = document.getCustomProperties(visible);
+            *added =
+                toVariantBool(store && store->AddCustomProperty(OwnedBstr::viewOf(name), static_cast<std::uint32_t>(type), OwnedBstr::viewOf(value)));
+            return S_OK;
+        },
+        added);
+}
+
+HRESULT CKvDMDocument::iGetProperty(bool visible, BSTR name, KvDmCustomInfoType* type, BSTR* value) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            *type = kvDmCustomInfoUnknown;
+            *value = nullptr;
+            std::u16string text;
+            std::uint32_t stored = kvDmCustomInfoUnknown;
+            suPropertyStore_c* store = document.getCustomProperties(visible);
+            const bool found = store && store->GetCustomProperty(OwnedBstr::viewOf(name), stored, text);
+            giveText(text, value);
+            *type = static_cast<KvDmCustomInfoType>(stored);
+            return found ? S_OK : E_FAIL;
+        },
+        type, value);
+}
+
+HRESULT CKvDMDocument::iSetProperty(bool visible, BSTR name, BSTR value) noexcept
+{
+    return callOnCore(core, [&](dmDocument_c& document) {
+        suPropertyStore_c* store = document.getCustomProperties(visible);
+        return store && store->SetCustomProperty(OwnedBstr::viewOf(name), OwnedBstr::viewOf(value)) ? S_OK : E_FAIL;
+    });
+}
+
+HRESULT CKvDMDocument::iDeleteProperty(bool visible, BSTR name, VARIANT_BOOL* deleted) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            *deleted = VARIANT_FALSE;
+            suPropertyStore_c* store = document.getCustomProperties(visible);
+            *deleted = toVariantBool(store && store->DeleteCustomProperty(OwnedBstr::viewOf(name)));
+            return S_OK;
+        },
+        deleted);
+}
+
+HRESULT CKvDMDocument::iGetPropertyCount(bool visible, LONG* count) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            *count = 0;
+            if (suPropertyStore_c* store = document.getCustomProperties(visible))
+                *count = static_cast<LONG>(store->GetCustomPropertyCount());
+            return S_OK;
+        },
+        count);
+}
+
+HRESULT CKvDMDocument::iGetPropertyNames(bool visible, VARIANT* names) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            VariantInit(names);
+            suPropertyStore_c* store = document.getCustomProperties(visible);
+            const std::vector<std::u16string> texts = store ? store->GetCustomPropertyNames() : std::vector<std::u16string>();
+            if (!texts.empty())
+                *names = arrayOfTexts(texts).detach();
+            return S_OK;
+        },
+        names);
+}
+
+HRESULT CKvDMDocument::AddCustomProperty(BSTR fieldName, KvDmCustomInfoType fieldType, BSTR fieldValue, VARIANT_BOOL* added) noexcept
+{
+    return iAddProperty(true, fieldName, fieldType, fieldValue, added);
+}
+HRESULT CKvDMDocument::GetCustomProperty(BSTR fieldName, KvDmCustomInfoType* fieldType, BSTR* fieldValue) noexcept
+{
+    return iGetProperty(true, fieldName, fieldType, fieldValue);
+}
+HRESULT CKvDMDocument::SetCustomProperty(BSTR fieldName, BSTR newValue) noexcept
+{
+    return iSetProperty(true, fieldName, newValue);
+}
+HRESULT CKvDMDocument::DeleteCustomProperty(BSTR fieldName, VARIANT_BOOL* deleted) noexcept
+{
+    return iDeleteProperty(true, fieldName, deleted);
+}
+HRESULT CKvDMDocument::GetCustomPropertyCount(LONG* count) noexcept
+{
+    return iGetPropertyCount(true, count);
+}
+HRESULT CKvDMDocument::GetCustomPropertyNames(VARIANT* names) noexcept
+{
+    return iGetPropertyNames(true, names);
+}
+HRESULT CKvDMDocument::AddInvisibleCustomProperty(BSTR fieldName, KvDmCustomInfoType fieldType, BSTR fieldValue, VARIANT_BOOL* added) noexcept
+{
+    return iAddProperty(false, fieldName, fieldType, fieldValue, added);
+}
+HRESULT CKvDMDocument::GetInvisibleCustomProperty(BSTR fieldName, KvDmCustomInfoType* fieldType, BSTR* fieldValue) noexcept
+{
+    return iGetProperty(false, fieldName, fieldType, fieldValue);
+}
+HRESULT CKvDMDocument::SetInvisibleCustomProperty(BSTR fieldName, BSTR newValue) noexcept
+{
+    return iSetProperty(false, fieldName, newValue);
+}
+HRESULT CKvDMDocument::DeleteInvisibleCustomProperty(BSTR fieldName, VARIANT_BOOL* deleted) noexcept
+{
+    return iDeleteProperty(false, fieldName, deleted);
+}
+HRESULT CKvDMDocument::GetInvisibleCustomPropertyCount(LONG* count) noexcept
+{
+    return iGetPropertyCount(false, count);
+}
+HRESULT CKvDMDocument::GetInvisibleCustomPropertyNames(VARIANT* names) noexcept
+{
+    return iGetPropertyNames(false, names);
+}
+
+HRESULT CKvDMDocument::GetCustomProperty(BSTR fieldName, BSTR* fieldValue) noexcept
+{
+    KvDmCustomInfoType type = kvDmCustomInfoUnknown;
+    return GetCustomProperty(fieldName, &type, fieldValue);
+}
+
+HRESULT CKvDMDocument::GetAllCustomPropertyNamesAndValues(VARIANT* names, VARIANT* types, VARIANT* linkedTo, VARIANT* values) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            for (VARIANT* out : {names, types, linkedTo, values})
+                VariantInit(out);
+            suPropertyStore_c* store = document.getCustomProperties(true);
+            return store ? giveProperties(*store, names, types, linkedTo, values) : S_OK;
+        },
+        names, types, linkedTo, values);
+}
+
+HRESULT CKvDMDocument::GetCustomPropertyValues(BSTR fieldName, KvDmCustomInfoType* fieldType, BSTR* linkedTo, BSTR* fieldValue) noexcept
+{
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) { return givePropertyValues(document.getCustomProperties(true), fieldName, fieldType, linkedTo, fieldValue); },
+        fieldType, fieldValue);
+}
+
+} // namespace kvdm

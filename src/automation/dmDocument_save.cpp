@@ -1,0 +1,116 @@
+// Saving: the writer that save and saveAs share.
+#include "automation/dmDocument_c.h"
+#include "common/automationText.h"
+#include "common/exceptions.h"
+#include "properties/suDocumentProperties_c.h"
+#include "properties/suSummaryInformation_c.h"
+#include "storage/headers/headerStreams.h"
+#include "storage/suStructuredStorage.h"
+
+namespace kvdm {
+
+namespace {
+
+constexpr DWORD newDocumentMode = STGM_TRANSACTED | STGM_CREATE | STGM_READWRITE | STGM_SHARE_DENY_WRITE;
+
+void check(HRESULT status)
+{
+    if (FAILED(status))
+        throw suOleException(status);
+}
+
+} // namespace
+
+// Each copy of a link that repeated counts have made stands for the one link of the file; the last change wins.
+void dmDocument_c::iStoreLinks(suDocumentProperties_c& store)
+{
+    if (storedLinks == 0 || currentLinkNames.size() < storedLinks || lastSavedLinkNames.size() < storedLinks)
+        return;
+    std::vector<std::u16string> wanted(currentLinkNames.begin(), currentLinkNames.begin() + static_cast<std::ptrdiff_t>(storedLinks));
+    for (const auto& [at, link] : linkChanges)
+        wanted[at % storedLinks] = link;
+    const std::vector<std::u16string> saved(lastSavedLinkNames.begin(), lastSavedLinkNames.begin() + static_cast<std::ptrdiff_t>(storedLinks));
+    store.SetLinkLists(saved, &wanted);
+}
+
+bool dmDocument_c::iWrite(suStructuredStorage& storage, KvDmDocumentSaveError& error)
+{
+    error = kvDmDocumentSaveErrorNone;
+    IStorage* root = storage.getRootStorage();
+    if (!root)
+        return false;
+    try {
+        if (moHeader_c* read = getHeader())
+            writeHeader(*read, storage);
+        if (dmConfigMgrHeader_c* read = getConfigMgrHeader())
+            writeConfigMgrHeader(*read, storage);
+        if (suDocumentProperties_c* read = getProperties()) {
+            iStoreLinks(*read);
+            read->Write(*root);
+        }
+        if (suSummaryInformation_c* read = getSummary()) {
+            read->stampSave();
+            read->Write(*root);
+        }
+        if (suRefNameMgr_c* read = getRefNames())
+            read->store(storage);
+        check(root->Commit(STGC_ONLYIFCURRENT));
+        return true;
+    } catch (const std::exception&) {
+        error = kvDmDocumentSaveErrorFail;
+        return false;
+    }
+}
+
+bool dmDocument_c::save(KvDmDocumentSaveError& error)
+{
+    error = kvDmDocumentSaveErrorNone;
+    if (readOnly) {
+        error = kvDmDocumentSaveErrorReadOnly;
+        return false;
+    }
+    const ComPtr<IStorage> storage = getStorage();
+    if (!storage)
+        return false;
+    suStructuredStorage wrapper(storage.get());
+    return iWrite(wrapper, error);
+}
+
+bool dmDocument_c::saveAs(const std::u16string& newPath, KvDmDocumentSaveError& error)
+{
+    error = kvDmDocumentSaveErrorNone;
+    try {
+        ComPtr<IStorage> created;
+        const HRESULT status = StgCreateDocfile(toOle(newPath), newDocumentMode, 0, created.put());
+        if (FAILED(status)) {
+            (void)created.detach();
+            throw suOleException(status);
+        }
+        const ComPtr<IStorage> storage = getStorage();
+        if (!storage)
+            return false;
+        check(storage->CopyTo(0, nullptr, nullptr, created.get()));
+        suStructuredStorage wrapper(created.get());
+        if (fileVersion != 0)
+            wrapper.writeVersion(fileVersion); // a document on a storage does not know its own: its marker came with the copy
+        iWrite(wrapper, error);                // the outcome changes nothing here: the document goes on in the new file
+        rootStorage = std::move(created);
+        fullPath = newPath;
+        readOnly = false;
+        return true;
+    } catch (const std::exception&) {
+        error = kvDmDocumentSaveErrorFail;
+        return false;
+    }
+}
+
+// A document whose keywords cannot be parsed here has the tags alone to keep.
+void dmDocument_c::saveKeywords(std::u16string_view tags)
+{
+    if (suSummaryInformation_c* read = getSummary())
+        read->setField(SummaryField::keywords, tags);
+    KvDmDocumentSaveError error = kvDmDocumentSaveErrorNone;
+    save(error);
+}
+
+} // namespace kvdm

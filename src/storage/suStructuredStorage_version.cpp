@@ -1,0 +1,144 @@
+// The version markers: empty storages in the root whose names end with a number.
+#include "storage/suStructuredStorage.h"
+
+#include "common/trace.h"
+#include "platform/text/casing.h"
+#include "storage/elements.h"
+#include "storage/versionCache.h"
+
+#include <charconv>
+
+namespace kvdm {
+
+namespace {
+
+constexpr ULONG batchSize = 64;
+constexpr std::size_t fewestElements = 4; // a storage with fewer has no version
+const std::u16string versionPrefix = u"_MO_VERSION_";
+const std::u16string displayListPrefix = u"_DL_VERSION_";
+
+// Base 10, as far as digits go; a text without any is 0.
+int numberOf(std::u16string_view text)
+{
+    std::string digits;
+    for (const char16_t unit : text.substr(0, 24))
+        digits += unit < 0x80 ? static_cast<char>(unit) : '\0';
+    int number = 0;
+    std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    return number;
+}
+
+std::u16string decimal(int number)
+{
+    const std::string digits = std::to_string(number);
+    return {digits.begin(), digits.end()};
+}
+
+// Calls visit with each name of a batch that the marker rule looks at, until visit returns false or a batch says that the
+// search is over. goesOn(batch) tells after each full batch whether the next one is looked at.
+template <class Visit, class GoesOn> void walkForMarker(IStorage& storage, Visit&& visit, GoesOn&& goesOn)
+{
+    const ComPtr<IEnumSTATSTG> enumerator = enumerateElements(storage);
+    suElementBatch batch(batchSize);
+    bool first = true;
+    do {
+        const std::size_t count = batch.fetch(*enumerator);
+        if (!first || count >= fewestElements)
+            for (std::size_t i = 0; i < count && visit(batch.name(i)); ++i)
+                ;
+        first = false;
+    } while (batch.isFull() && goesOn());
+}
+
+int loadMarker(IStorage& storage, std::u16string_view prefix)
+{
+    int number = 0;
+    walkForMarker(
+        storage,
+        [&](std::u16string_view name) {
+            if (!name.starts_with(prefix))
+                return true;
+            number = numberOf(name.substr(name.rfind(u'_') + 1));
+            return false;
+        },
+        [&] { return number == 0; });
+    return number;
+}
+
+int loadCachedVersion(IStorage& storage, const std::u16string& storageName)
+{
+    bool created = false;
+    suStorageInfoCache* cache = storageName.empty() ? nullptr : getStorageInfoCache(false, created);
+    if (cache && !storageInfoCacheBypassed && !storageInfoCacheStale)
+        if (const auto known = cache->versions.find(storageName); known != cache->versions.end())
+            return known->second;
+    const int version = loadMarker(storage, versionPrefix);
+    if (cache)
+        cache->versions[storageName] = version;
+    return version;
+}
+
+} // namespace
+
+int suStructuredStorage::loadVersion()
+{
+    trace([] { return std::string("suStructuredStorage::loadVersion()"); });
+    return rootStorage ? loadCachedVersion(*rootStorage, storageName) : 0;
+}
+
+int suStructuredStorage::loadVersion(IStorage& storage)
+{
+    bool created = false;
+    if (!getStorageInfoCache(false, created))
+        return loadMarker(storage, versionPrefix); // no cache, so the name is not needed
+    STATSTG statistics{};
+    std::u16string name;
+    if (SUCCEEDED(storage.Stat(&statistics, STATFLAG_DEFAULT))) {
+        name = fromOle(statistics.pwcsName);
+        CoTaskMemFree(statistics.pwcsName);
+    }
+    return loadCachedVersion(storage, name);
+}
+
+int suStructuredStorage::loadDLVersion()
+{
+    trace([] { return std::string("suStructuredStorage::loadDLVersion()"); });
+    return rootStorage ? loadMarker(*rootStorage, displayListPrefix) : 0;
+}
+
+bool suStructuredStorage::writeVersion(int version)
+{
+    trace([=] { return "suStructuredStorage::writeVersion(), moVersionIn : " + std::to_string(version); });
+    return iWriteVersionNode(versionPrefix, version);
+}
+
+bool suStructuredStorage::writeDLVersion(int version)
+{
+    trace([=] { return "suStructuredStorage::writeDLVersion(), dlVersionIn : " + std::to_string(version); });
+    return iWriteVersionNode(displayListPrefix, version);
+}
+
+bool suStructuredStorage::iWriteVersionNode(const std::u16string& prefix, int version)
+{
+    if (!rootStorage)
+        return true;
+    const std::u16string target = prefix + decimal(version);
+    std::u16string present;
+    walkForMarker(
+        *rootStorage,
+        [&](std::u16string_view name) {
+            if (name.starts_with(prefix))
+                present = name;
+            return present.empty();
+        },
+        [&] { return present.empty(); });
+    if (present.empty()) {
+        iAttachToStorage(true, target);
+        releaseChildStorage();
+    } else if (!equalNoCase(present, target)) {
+        renameNode(present, target);
+    }
+    return true;
+}
+
+} // namespace kvdm
