@@ -20,6 +20,10 @@ constexpr FILETIME fileTimeOf(std::uint64_t ticks) noexcept
     return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
 }
 
+// Locale identifiers of the platform. Any other is that language's, 0 and the defaults are the user's.
+constexpr LCID localeUserDefault = 0x0400;
+constexpr LCID localeSystemDefault = 0x0800;
+
 // FileTimeToLocalFileTime and back: the zone's offset of the present moment is applied, as that call does it. Empty when
 // the result leaves the range of a FILETIME.
 std::optional<FILETIME> toLocalFileTime(FILETIME utc);
@@ -29,14 +33,15 @@ std::optional<FILETIME> toUtcFileTime(FILETIME local);
 std::optional<SYSTEMTIME> toSystemTime(FILETIME time);
 std::optional<FILETIME> toFileTime(const SYSTEMTIME& time);
 
+// The texts are empty for a date or time of day that does not exist.
 // GetDateFormatW(0x0400, DATE_LONGDATE) and GetTimeFormatW(0x0400, 0): "Saturday, November 21, 2026", "3:02:57 AM".
 std::u16string longDateText(const SYSTEMTIME& time);
-std::u16string timeText(const SYSTEMTIME& time);
+std::u16string timeText(const SYSTEMTIME& time, LCID locale = localeUserDefault);
 // The short date with a four-digit year: "11/21/2026".
-std::u16string shortDateText(const SYSTEMTIME& time);
+std::u16string shortDateText(const SYSTEMTIME& time, LCID locale = localeUserDefault);
 // Date, time, or both, in the forms that the user's locale writes and the usual others; what VarDateFromStr parses.
 // A text without a date has the date 30 December 1899, one without a time has midnight.
-std::optional<SYSTEMTIME> parseDateText(std::u16string_view text);
+std::optional<SYSTEMTIME> parseDateText(std::u16string_view text, LCID locale = localeUserDefault);
 
 // Whether the local zone ever has daylight saving time (the C library's _daylight).
 bool zoneHasDaylightTime();
