@@ -35,6 +35,8 @@ public:
     std::uint64_t bytesLeft() override;
 
 private:
+    template <class Opening> bool iOpen(Opening&& opening);
+
     ComPtr<IStream> stream;
     HRESULT status = S_OK;
 };
