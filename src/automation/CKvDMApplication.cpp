@@ -1,6 +1,7 @@
 #include "automation/CKvDMApplication.h"
 
 #include "automation/CKvDMSearchOption.h"
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 #include "common/automationText.h"
 #include "common/statusOfException.h"
@@ -119,8 +120,8 @@ HRESULT CKvDMApplication::GetLatestSupportedFileVersion(LONG* version) noexcept
 HRESULT CKvDMApplication::iOpenOnStream(IStream& stream, ComPtr<IStorage>& storage)
 {
     if (lockBytes)
-        lockBytes->disconnect();
-    lockBytes = ComPtr<CLockBytesOnStream>::adopt(new CLockBytesOnStream(&stream));
+        lockBytes->destroy();
+    lockBytes = ComPtr<CLockBytesOnStream>::adopt(new CLockBytesOnStream(stream));
     const HRESULT status = StgOpenStorageOnILockBytes(lockBytes.get(), nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, storage.put());
     if (FAILED(status))
         (void)storage.detach();

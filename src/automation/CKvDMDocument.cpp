@@ -4,6 +4,7 @@
 #include "automation/automationValues.h"
 #include "automation/callOnCore.h"
 #include "automation/CKvDMApplication.h"
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 
 namespace kvdm {

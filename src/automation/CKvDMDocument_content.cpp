@@ -3,6 +3,7 @@
 #include "automation/automationValues.h"
 #include "automation/callOnCore.h"
 #include "automation/CKvDMDocument.h"
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 
 namespace kvdm {
@@ -73,9 +74,9 @@ HRESULT CKvDMDocument::get_ConfigurationManager(IKvDMConfigurationMgr** manager)
 {
     return callOnCore(
         core,
-        [&](dmDocument_c&) {
+        [&](dmDocument_c& document) {
             *manager = nullptr;
-            return E_FAIL;
+            return document.wrapConfigurationMgr(manager);
         },
         manager);
 }

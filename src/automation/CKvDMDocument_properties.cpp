@@ -2,6 +2,7 @@
 #include "automation/automationValues.h"
 #include "automation/callOnCore.h"
 #include "automation/CKvDMDocument.h"
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 #include "automation/propertyValues.h"
 #include "properties/suPropertyStore_c.h"
@@ -96,82 +97,36 @@ HRESULT CKvDMDocument::GetTags(BSTR* tags) noexcept
 HRESULT CKvDMDocument::iAddProperty(bool visible, BSTR name, KvDmCustomInfoType type, BSTR value, VARIANT_BOOL* added) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c& document) {
-            *added = VARIANT_FALSE;
-            suPropertyStore_c* store = document.getCustomProperties(visible);
-            *added =
-                toVariantBool(store && store->AddCustomProperty(OwnedBstr::viewOf(name), static_cast<std::uint32_t>(type), OwnedBstr::viewOf(value)));
-            return S_OK;
-        },
-        added);
+        core, [&](dmDocument_c& document) { return addProperty(document.getCustomProperties(visible), name, type, value, added); }, added);
 }
 
 HRESULT CKvDMDocument::iGetProperty(bool visible, BSTR name, KvDmCustomInfoType* type, BSTR* value) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c& document) {
-            *type = kvDmCustomInfoUnknown;
-            *value = nullptr;
-            std::u16string text;
-            std::uint32_t stored = kvDmCustomInfoUnknown;
-            suPropertyStore_c* store = document.getCustomProperties(visible);
-            const bool found = store && store->GetCustomProperty(OwnedBstr::viewOf(name), stored, text);
-            giveText(text, value);
-            *type = static_cast<KvDmCustomInfoType>(stored);
-            return found ? S_OK : E_FAIL;
-        },
-        type, value);
+        core, [&](dmDocument_c& document) { return getProperty(document.getCustomProperties(visible), name, type, value); }, type, value);
 }
 
 HRESULT CKvDMDocument::iSetProperty(bool visible, BSTR name, BSTR value) noexcept
 {
-    return callOnCore(core, [&](dmDocument_c& document) {
-        suPropertyStore_c* store = document.getCustomProperties(visible);
-        return store && store->SetCustomProperty(OwnedBstr::viewOf(name), OwnedBstr::viewOf(value)) ? S_OK : E_FAIL;
-    });
+    return callOnCore(core, [&](dmDocument_c& document) { return setProperty(document.getCustomProperties(visible), name, value); });
 }
 
 HRESULT CKvDMDocument::iDeleteProperty(bool visible, BSTR name, VARIANT_BOOL* deleted) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c& document) {
-            *deleted = VARIANT_FALSE;
-            suPropertyStore_c* store = document.getCustomProperties(visible);
-            *deleted = toVariantBool(store && store->DeleteCustomProperty(OwnedBstr::viewOf(name)));
-            return S_OK;
-        },
-        deleted);
+        core, [&](dmDocument_c& document) { return deleteProperty(document.getCustomProperties(visible), name, deleted); }, deleted);
 }
 
 HRESULT CKvDMDocument::iGetPropertyCount(bool visible, LONG* count) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c& document) {
-            *count = 0;
-            if (suPropertyStore_c* store = document.getCustomProperties(visible))
-                *count = static_cast<LONG>(store->GetCustomPropertyCount());
-            return S_OK;
-        },
-        count);
+        core, [&](dmDocument_c& document) { return countProperties(document.getCustomProperties(visible), count); }, count);
 }
 
 HRESULT CKvDMDocument::iGetPropertyNames(bool visible, VARIANT* names) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c& document) {
-            VariantInit(names);
-            suPropertyStore_c* store = document.getCustomProperties(visible);
-            const std::vector<std::u16string> texts = store ? store->GetCustomPropertyNames() : std::vector<std::u16string>();
-            if (!texts.empty())
-                *names = arrayOfTexts(texts).detach();
-            return S_OK;
-        },
-        names);
+        core, [&](dmDocument_c& document) { return givePropertyNames(document.getCustomProperties(visible), names); }, names);
 }
 
 HRESULT CKvDMDocument::AddCustomProperty(BSTR fieldName, KvDmCustomInfoType fieldType, BSTR fieldValue, VARIANT_BOOL* added) noexcept
@@ -232,14 +187,8 @@ HRESULT CKvDMDocument::GetCustomProperty(BSTR fieldName, BSTR* fieldValue) noexc
 HRESULT CKvDMDocument::GetAllCustomPropertyNamesAndValues(VARIANT* names, VARIANT* types, VARIANT* linkedTo, VARIANT* values) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c& document) {
-            for (VARIANT* out : {names, types, linkedTo, values})
-                VariantInit(out);
-            suPropertyStore_c* store = document.getCustomProperties(true);
-            return store ? giveProperties(*store, names, types, linkedTo, values) : S_OK;
-        },
-        names, types, linkedTo, values);
+        core, [&](dmDocument_c& document) { return giveProperties(document.getCustomProperties(true), names, types, linkedTo, values); }, names,
+        types, linkedTo, values);
 }
 
 HRESULT CKvDMDocument::GetCustomPropertyValues(BSTR fieldName, KvDmCustomInfoType* fieldType, BSTR* linkedTo, BSTR* fieldValue) noexcept

@@ -48,6 +48,13 @@ OwnedVariant arrayOfLongs(std::span<const LONG> numbers)
     return result;
 }
 
+OwnedVariant arrayOfDoubles(std::span<const double> numbers)
+{
+    OwnedVariant result;
+    std::copy(numbers.begin(), numbers.end(), makeArray<double>(result, VT_R8, numbers.size()));
+    return result;
+}
+
 std::vector<std::u16string> textsOf(const VARIANT& variant)
 {
     std::vector<std::u16string> texts;

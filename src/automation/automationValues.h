@@ -23,6 +23,7 @@ inline void giveText(std::u16string_view text, BSTR* out)
 // One-dimensional safe arrays from index 0, in a variant. All throw std::bad_alloc and then own nothing.
 OwnedVariant arrayOfTexts(std::span<const std::u16string> texts);
 OwnedVariant arrayOfLongs(std::span<const LONG> numbers);
+OwnedVariant arrayOfDoubles(std::span<const double> numbers);
 OwnedVariant emptyArray(VARTYPE type);
 
 // The texts of a variant that holds an array of strings; anything else counts as none.

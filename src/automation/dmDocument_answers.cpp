@@ -1,5 +1,6 @@
 // What the document answers from its header and its properties.
 #include "automation/CKvDMApplication.h"
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 #include "common/exceptions.h"
 #include "properties/suDocumentProperties_c.h"

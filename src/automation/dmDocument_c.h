@@ -16,7 +16,9 @@
 
 namespace kvdm {
 
+class CKvDMConfigurationMgr;
 class CKvDMDocument;
+class dmConfiguration_c;
 class suDocumentProperties_c;
 class suPropertyStore_c;
 class suStructuredStorage;
@@ -42,6 +44,11 @@ public:
     // Called by the wrapper's destructor as its last act: the core may be gone afterwards.
     void releaseDocumentWrapper() noexcept;
 
+    HRESULT wrapConfigurationMgr(IKvDMConfigurationMgr** out);
+    void releaseConfigMgrWrapper() noexcept;
+    // Moves the object to the retired ones, where a look-up or a save finds it again.
+    void releaseConfiguration(dmConfiguration_c& configuration) noexcept;
+
     const std::u16string& getFullPath() const noexcept { return fullPath; }
 
     // The root storage, opened when it is closed; empty when there is none to be had.
@@ -56,6 +63,16 @@ public:
     suDocumentProperties_c* getProperties();
     suSummaryInformation_c* getSummary();
     suRefNameMgr_c* getRefNames();
+
+    // -1 without a readable list; deleted ones are not counted, listed or found.
+    LONG getConfigurationCount();
+    bool getConfigurationNames(std::vector<std::u16string>& names);
+    std::u16string getActiveConfigurationName(); // empty when none is active
+    dmConfigHeader_c* getActiveConfigurationHeader();
+    // The internal object of that name, exact in case; null when there is none. It stays the core's.
+    dmConfiguration_c* getConfiguration(std::u16string_view name);
+    // False for a name that is empty, in use, or holds "@" or "/".
+    bool isNewConfigurationName(std::u16string_view name);
 
     // The visible or the invisible custom properties; null without a storage.
     suPropertyStore_c* getCustomProperties(bool visible);
@@ -96,7 +113,7 @@ public:
     bool saveAs(const std::u16string& newPath, KvDmDocumentSaveError& error);
 
 private:
-    dmDocument_c() = default;
+    dmDocument_c();
     template <class Member, class Read> auto* iReadOnce(Member& member, bool& tried, Read&& read);
     void iOpenTables();
     void iEndIfUnused() noexcept;
@@ -116,13 +133,16 @@ private:
     bool propertiesTried = false;
     bool summaryTried = false;
     bool refNamesTried = false;
-    std::vector<std::u16string> lastSavedLinkNames;                  // of the invisible store; refilled by the count, never emptied
-    std::vector<std::u16string> currentLinkNames;                    // of the main store; what a save writes
-    std::size_t storedLinks = 0;                                     // of the file, as the last count found them
-    std::vector<std::pair<std::size_t, std::u16string>> linkChanges; // in the order in which clients made them
-    CKvDMDocument* documentWrapper = nullptr;                        // not counted
-    LONG fileVersion = 0;                                            // read at each opening by path
-    LONG componentCount = -2;                                        // -2 not read, -1 cannot be had
+    std::vector<std::u16string> lastSavedLinkNames;                   // of the invisible store; refilled by the count, never emptied
+    std::vector<std::u16string> currentLinkNames;                     // of the main store; what a save writes
+    std::size_t storedLinks = 0;                                      // of the file, as the last count found them
+    std::vector<std::pair<std::size_t, std::u16string>> linkChanges;  // in the order in which clients made them
+    CKvDMConfigurationMgr* configMgrWrapper = nullptr;                // not counted
+    StringMap<std::unique_ptr<dmConfiguration_c>> liveConfigurations; // those with a wrapper
+    StringMap<std::unique_ptr<dmConfiguration_c>> retiredConfigurations;
+    CKvDMDocument* documentWrapper = nullptr; // not counted
+    LONG fileVersion = 0;                     // read at each opening by path
+    LONG componentCount = -2;                 // -2 not read, -1 cannot be had
 };
 
 } // namespace kvdm

@@ -1,4 +1,5 @@
 // Streams of the document written to files that the client names.
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 #include "platform/files/files.h"
 #include "storage/suStructuredStorage.h"

@@ -1,4 +1,5 @@
 // Saving: the writer that save and saveAs share.
+#include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 #include "common/automationText.h"
 #include "common/exceptions.h"
@@ -44,6 +45,12 @@ bool dmDocument_c::iWrite(suStructuredStorage& storage, KvDmDocumentSaveError& e
             writeHeader(*read, storage);
         if (dmConfigMgrHeader_c* read = getConfigMgrHeader())
             writeConfigMgrHeader(*read, storage);
+        const auto saveProperties = [&](const std::u16string&, const std::unique_ptr<dmConfiguration_c>& configuration) {
+            if (configuration && configuration->getHeader())
+                configuration->getHeader()->saveProperties(storage);
+        };
+        liveConfigurations.forEach(saveProperties);
+        retiredConfigurations.forEach(saveProperties);
         if (suDocumentProperties_c* read = getProperties()) {
             iStoreLinks(*read);
             read->Write(*root);

@@ -2,6 +2,7 @@
 #include "automation/dmDocument_c.h"
 
 #include "automation/CKvDMDocument.h"
+#include "automation/dmConfiguration_c.h"
 #include "common/exceptions.h"
 #include "properties/suDocumentProperties_c.h"
 #include "properties/suSummaryInformation_c.h"
@@ -50,6 +51,11 @@ std::unique_ptr<dmDocument_c> dmDocument_c::openByStorage(IStorage& storage)
     } catch (const std::exception&) {
         return nullptr;
     }
+}
+
+dmDocument_c::dmDocument_c()
+{
+    setConfigurationPropertiesFactory([]() -> std::unique_ptr<suConfigurationProperties> { return std::make_unique<dmConfigurationProperties>(); });
 }
 
 dmDocument_c::~dmDocument_c() = default;
@@ -169,7 +175,7 @@ void dmDocument_c::releaseDocumentWrapper() noexcept
 
 void dmDocument_c::iEndIfUnused() noexcept
 {
-    if (!documentWrapper)
+    if (!configMgrWrapper && !documentWrapper && liveConfigurations.empty())
         delete this;
 }
 

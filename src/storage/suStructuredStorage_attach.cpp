@@ -5,9 +5,9 @@
 #include "common/exceptions.h"
 #include "common/trace.h"
 #include "common/unicode.h"
+#include "storage/codecs/conversionFolder.h"
 #include "storage/codecs/deferredCompression.h"
 #include "storage/codecs/suCompressedFile_c.h"
-#include "storage/codecs/suPkZipProc_c.h"
 #include "storage/lockbytes/suFileLockBytes.h"
 
 namespace kvdm {

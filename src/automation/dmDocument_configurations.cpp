@@ -1,0 +1,122 @@
+// The configurations of a document: look-up, names, and the places of their internal objects.
+#include "automation/CKvDMConfigurationMgr.h"
+#include "automation/dmConfiguration_c.h"
+#include "automation/dmDocument_c.h"
+#include "platform/text/casing.h"
+
+#include <algorithm>
+
+namespace kvdm {
+
+namespace {
+
+constexpr std::int32_t kindActive = 1;
+constexpr std::int32_t kindDeleted = 2;
+
+} // namespace
+
+LONG dmDocument_c::getConfigurationCount()
+{
+    const dmConfigMgrHeader_c* manager = getConfigMgrHeader();
+    if (!manager)
+        return -1;
+    const auto records = manager->configurations();
+    return static_cast<LONG>(std::count_if(records.begin(), records.end(),
+                                           [](const dmConfigHeader_c* record) { return record && record->configurationKind != kindDeleted; }));
+}
+
+bool dmDocument_c::getConfigurationNames(std::vector<std::u16string>& names)
+{
+    const dmConfigMgrHeader_c* manager = getConfigMgrHeader();
+    if (!manager)
+        return false;
+    for (const dmConfigHeader_c* record : manager->configurations())
+        if (record && record->configurationKind != kindDeleted)
+            names.push_back(record->name);
+    return true;
+}
+
+dmConfigHeader_c* dmDocument_c::getActiveConfigurationHeader()
+{
+    if (const dmConfigMgrHeader_c* manager = getConfigMgrHeader())
+        for (dmConfigHeader_c* record : manager->configurations())
+            if (record && record->configurationKind == kindActive)
+                return record;
+    return nullptr;
+}
+
+std::u16string dmDocument_c::getActiveConfigurationName()
+{
+    const dmConfigHeader_c* active = getActiveConfigurationHeader();
+    return active ? active->name : std::u16string();
+}
+
+// Exact in case, deleted records aside. The object is taken from the live ones, else from the retired ones, else made.
+dmConfiguration_c* dmDocument_c::getConfiguration(std::u16string_view name)
+{
+    const dmConfigMgrHeader_c* manager = getConfigMgrHeader();
+    if (!manager)
+        return nullptr;
+    const auto records = manager->configurations();
+    const bool known = std::any_of(records.begin(), records.end(), [&](const dmConfigHeader_c* record) {
+        return record && record->name == name && record->configurationKind != kindDeleted;
+    });
+    if (!known)
+        return nullptr;
+    if (const auto* live = liveConfigurations.find(name))
+        return live->get();
+    if (auto* retired = retiredConfigurations.find(name)) {
+        dmConfiguration_c* back = liveConfigurations.set(name, std::move(*retired)).get();
+        retiredConfigurations.remove(name);
+        return back;
+    }
+    return liveConfigurations.set(name, std::make_unique<dmConfiguration_c>(*this, name)).get();
+}
+
+bool dmDocument_c::isNewConfigurationName(std::u16string_view name)
+{
+    const dmConfigMgrHeader_c* manager = getConfigMgrHeader();
+    if (!manager || name.empty() || name.find_first_of(u"@/") != std::u16string_view::npos)
+        return false;
+    const auto records = manager->configurations();
+    return std::none_of(records.begin(), records.end(), [&](const dmConfigHeader_c* record) { return record && equalNoCase(record->name, name); });
+}
+
+HRESULT dmDocument_c::wrapConfigurationMgr(IKvDMConfigurationMgr** out)
+{
+    if (configMgrWrapper)
+        return configMgrWrapper->QueryInterface(IID_IKvDMConfigurationMgr, reinterpret_cast<void**>(out));
+    const ComPtr<CKvDMConfigurationMgr> made = makeObject<CKvDMConfigurationMgr>(*this);
+    configMgrWrapper = made.get();
+    return made->QueryInterface(IID_IKvDMConfigurationMgr, reinterpret_cast<void**>(out));
+}
+
+void dmDocument_c::releaseConfigMgrWrapper() noexcept
+{
+    configMgrWrapper = nullptr;
+    iEndIfUnused();
+}
+
+// The live entry may stand under a name that the configuration no longer has, so it is found by its object.
+void dmDocument_c::releaseConfiguration(dmConfiguration_c& configuration) noexcept
+{
+    configuration.wrapper = nullptr;
+    try {
+        const std::u16string* key = nullptr;
+        liveConfigurations.forEach([&](const std::u16string& name, const std::unique_ptr<dmConfiguration_c>& live) {
+            if (live.get() == &configuration)
+                key = &name;
+        });
+        if (key) {
+            const std::u16string liveName = *key;
+            std::unique_ptr<dmConfiguration_c> object = std::move(*liveConfigurations.find(liveName));
+            liveConfigurations.remove(liveName);
+            retiredConfigurations.set(configuration.getName(), std::move(object));
+        }
+    } catch (const std::exception&) {
+        // Without memory for the move the object is lost, its record in the header is not: edits reach the next save.
+    }
+    iEndIfUnused();
+}
+
+} // namespace kvdm
