@@ -72,10 +72,10 @@ template <class Value> void suStringKeyMap<Value>::serialize(su_CArchive& archiv
     archive.requireBytes(count, 2);
     entries.clear();
     for (std::uint32_t i = 0; i < count; ++i) {
+        archive.countParts(3); // a node of the table
         std::u16string key = archive.ReadString();
         Value value{};
         load(archive, value);
-        archive.countParts();
         set(std::move(key), std::move(value));
     }
 }
@@ -113,6 +113,7 @@ void su_CMapObToString::serialize(su_CArchive& archive)
     archive.requireBytes(count, 3);
     entries.clear();
     for (std::uint32_t i = 0; i < count; ++i) {
+        archive.countParts();
         std::shared_ptr<su_CObject> object = archive.ReadObject();
         entries.emplace_back(std::move(object), archive.ReadString());
     }

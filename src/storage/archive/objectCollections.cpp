@@ -17,10 +17,11 @@ void suObjectSequence::serialize(su_CArchive& archive)
     }
     const std::uint32_t count = archive.ReadCount();
     archive.requireBytes(count, 2);
-    archive.countParts(count / 2);
     elements.clear();
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
+        archive.countParts();
         elements.push_back(archive.ReadObject());
+    }
 }
 
 } // namespace kvdm

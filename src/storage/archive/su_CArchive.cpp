@@ -82,6 +82,7 @@ std::size_t su_CArchive::iRefill(std::size_t needed)
                 break;
             m_lpReadMax += got;
             have += got;
+            bytesTaken += got;
         }
     }
     return have;
@@ -105,6 +106,7 @@ std::size_t su_CArchive::Read(void* target, std::size_t count)
             if (got == 0)
                 break;
             done += got;
+            bytesTaken += got;
             continue;
         }
         if (have == 0)
@@ -172,9 +174,9 @@ void su_CArchive::requireBytes(std::uint64_t count, std::size_t leastSize)
 
 void su_CArchive::countParts(std::uint32_t parts)
 {
-    if (parts > maximumParts - partsMade)
-        iFail(suArchiveException::generic);
     partsMade += parts;
+    if (partsMade > freeParts && partsMade - freeParts > bytesTaken / bytesOfPart)
+        iFail(suArchiveException::generic);
 }
 
 // ---- counts and strings ----

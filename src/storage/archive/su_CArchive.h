@@ -37,7 +37,8 @@ static_assert(std::endian::native == std::endian::little, "archive values are co
 //
 // What an archive makes of hostile bytes: memory is taken only for bytes that are there (bytesLeft() is asked first, and
 // where it does not know, buffers grow as bytes come); indices are checked; objects nest at most maximumDepth deep, objects
-// that tags tie together count as nested; and one archive makes no more than maximumParts objects, strings and entries.
+// that tags tie together count as nested; and since an empty string or object takes far more memory than stream, only so
+// many of them are made: freeParts, and one more for every bytesOfPart bytes that came.
 //
 // Objects that were read belong to whoever holds them. A tag may name an object that is still being read, so that a damaged
 // stream can tie objects into a ring: the handles of such a read hold the ring together and untie it with the last of them.
@@ -52,7 +53,8 @@ public:
     };
     static constexpr std::size_t standardBufferSize = 65536;
     static constexpr unsigned maximumDepth = 256;
-    static constexpr std::uint32_t maximumParts = 4u << 20;
+    static constexpr std::uint64_t freeParts = 1u << 20;
+    static constexpr std::uint64_t bytesOfPart = 8;
     static constexpr std::uint32_t noSchema = 0xFFFFFFFF;
 
     // A buffer of less than 128 bytes becomes one of 128.
@@ -84,7 +86,8 @@ public:
     std::uint64_t bytesLeft();
     // Cause end of file when fewer bytes are left than count elements of this size take at the least.
     void requireBytes(std::uint64_t count, std::size_t leastSize);
-    // Cause generic when this archive has made more objects, strings and entries than any document has.
+    // To be called for each string (ReadString does) and for what takes about as much memory, 32 bytes; an object counts as
+    // four. Cause generic when there are more of them than these bytes can mean.
     void countParts(std::uint32_t parts = 1);
 
     template <ArchiveValue Value> su_CArchive& operator>>(Value& value)
@@ -237,7 +240,8 @@ private:
     std::size_t firstOfRead = 0; // the slot of the object that the caller's own read made
     unsigned depth = 0;
     unsigned reachedHeight = 0; // the greatest height below the object being read
-    std::uint32_t partsMade = 0;
+    std::uint64_t partsMade = 0;
+    std::uint64_t bytesTaken = 0; // from the file
     dmSerializeContext* context = nullptr;
 };
 

@@ -22,9 +22,10 @@ void dmConfigMgrHeader_c::serialize(su_CArchive& archive)
     if (hasReferencedList) {
         const auto count = archive.read<std::uint32_t>();
         archive.requireBytes(count, 2);
-        archive.countParts(count / 2);
-        for (std::uint32_t i = 0; i < count; ++i)
+        for (std::uint32_t i = 0; i < count; ++i) {
+            archive.countParts();
             referencedList.push_back(archive.ReadObjectOf<moExtObject_c>());
+        }
     }
     activeValue = context.from(1282) ? -1 : 0;
 }

@@ -24,7 +24,6 @@ constexpr VersionRange unreadable[] = {
 constexpr int oldestVersion = 37;
 constexpr int newestVersion = 3800;
 constexpr int firstVersionOfSecondNames = 2070;
-constexpr int compressedForm = 3;
 constexpr const char16_t* contents = u"Contents";
 
 constinit std::atomic<int> compressMode{0};
