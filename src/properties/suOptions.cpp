@@ -1,0 +1,77 @@
+#include "properties/suOptions.h"
+
+#include "platform/files/files.h"
+#include "platform/text/casing.h"
+
+#include <map>
+
+namespace kvdm {
+
+namespace {
+
+constexpr std::u16string_view optionsVariable = u"KESTROVANE_DUMP_OPTS";
+
+// Process-wide and unguarded, as the library runs on its client's thread.
+struct OptionSources
+{
+    std::map<std::u16string, bool, LessNoCase> overrides;
+    const suOptionRegistry* registry = nullptr;
+    std::optional<bool> explorerProperties;
+};
+
+OptionSources& sources()
+{
+    static OptionSources instance;
+    return instance;
+}
+
+bool holds(const std::optional<std::u16string>& text, std::u16string_view name)
+{
+    return text && text->find(name) != std::u16string::npos;
+}
+
+} // namespace
+
+void setOptionRegistry(const suOptionRegistry* registry) noexcept
+{
+    sources().registry = registry;
+    sources().explorerProperties.reset();
+}
+
+void setOptionOverride(std::u16string_view name, bool value)
+{
+    sources().overrides.insert_or_assign(std::u16string(name), value);
+    sources().explorerProperties.reset();
+}
+
+void clearOptionOverrides()
+{
+    sources().overrides.clear();
+    sources().explorerProperties.reset();
+}
+
+bool isOptionSet(std::u16string_view name)
+{
+    const OptionSources& from = sources();
+    if (const auto known = from.overrides.find(name); known != from.overrides.end())
+        return known->second;
+    if (holds(environmentVariable(optionsVariable), name))
+        return true;
+    if (!from.registry)
+        return false;
+    if (holds(from.registry->machineEnvironment(optionsVariable), name))
+        return true;
+    if (const auto value = from.registry->programOption(name))
+        return *value != 0;
+    return holds(from.registry->generalValue(optionsVariable), name);
+}
+
+bool useWindowsExplorerProperties()
+{
+    std::optional<bool>& known = sources().explorerProperties;
+    if (!known)
+        known = isOptionSet(u"USE_WINDOWS_EXPLORER_PROPERTIES");
+    return *known;
+}
+
+} // namespace kvdm

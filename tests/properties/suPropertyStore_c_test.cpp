@@ -1,0 +1,281 @@
+#include "properties/suPropertyStore_c.h"
+
+#include "common/exceptions.h"
+#include "memoryStorage.h"
+#include "properties/suConfigurationPropertyStore.h"
+#include "propertyBytes.h"
+
+#include <gtest/gtest.h>
+
+namespace kvdm::test {
+namespace {
+
+const std::u16string visibleName(visiblePropertiesStream);
+const std::string emptyDictionary = dictionary({{0, ""}});
+
+RawValues someValues()
+{
+    return {{1, shortValue(1252)},
+            {2, textValue("steel")},
+            {0x01000002, textValue("\"KV-Material@Part\"")},
+            {3, le32(5) + le(0x3FF8000000000000, 8)},
+            {4, flagValue(true)},
+            {5, textValue("locked")},
+            {0, dictionary({{0, ""}, {4, "Checked"}, {2, "Material"}, {3, "Weight"}, {5, "_PID_LOCKPERSON"}})}};
+}
+
+// A store read from a stream of the given values in the user section.
+struct StoreUnderTest
+{
+    explicit StoreUnderTest(const RawValues& values = someValues())
+    {
+        storage->add(visibleName, visibleStream(values));
+        EXPECT_TRUE(store.Read(*storage, {}, 3700));
+    }
+    std::string written()
+    {
+        EXPECT_TRUE(store.Write(*storage));
+        return storage->bytesOf(visibleName);
+    }
+    std::u16string text(std::u16string_view name)
+    {
+        std::uint32_t type = 0;
+        std::u16string value = u"left";
+        return store.GetCustomProperty(name, type, value) ? value + u" " + char16_t(u'0' + type / 10) + char16_t(u'0' + type % 10) : u"none" + value;
+    }
+
+    ComPtr<MemoryStorage> storage = makeObject<MemoryStorage>();
+    suPropertyStore_c store{true};
+};
+
+// What the system's own empty store looks like, byte by byte.
+TEST(PropertyStore, ANewStoreWritesBothSections)
+{
+    const auto storage = makeObject<MemoryStorage>();
+    suPropertyStore_c visible(true);
+    EXPECT_FALSE(visible.Read(*storage, {}, 3700)) << "a missing stream is no error, but nothing was read";
+    EXPECT_EQ(visible.GetCustomPropertyCount(), 0u);
+    ASSERT_TRUE(visible.Write(*storage));
+    std::string expected = rawSet(documentGuid, {{documentGuid, rawSection({{0, emptyDictionary}})}, {userGuid, rawSection({{0, emptyDictionary}})}});
+    expected.replace(4, 4, le32(0x0002000A));
+    EXPECT_EQ(storage->bytesOf(visibleName), expected);
+
+    suPropertyStore_c named(false);
+    named.Read(*storage, u"Config-0-Properties", 3700);
+    ASSERT_TRUE(named.Write(*storage, u"Config-0-Properties"));
+    expected = rawSet(documentGuid, {{userGuid, rawSection({{0, emptyDictionary}})}});
+    expected.replace(4, 4, le32(0x0002000A));
+    EXPECT_EQ(storage->bytesOf(u"Config-0-Properties"), expected);
+}
+
+TEST(PropertyStore, TheVersionMarkerCountsBelow3321AndGoesWithASave)
+{
+    const RawValues values = {{1, shortValue(65001)}, {2, textValue("\xC3\x9F")}, {0, dictionary({{0, ""}, {2, "\xC3\x9F"}})}};
+    const struct
+    {
+        std::int32_t documentVersion;
+        std::string marker;
+        std::u16string name;
+    } cases[] = {{3320, le32(3321), u"\u00DF"}, {3320, le32(3320), u"\u00C3\u0178"}, {3320, "\xF9\x0C", u"\u00C3\u0178"},
+                 {1400, le32(3800), u"\u00DF"}, {3321, le32(3320), u"\u00DF"},       {3320, le32(0xFFFFFFFF), u"\u00C3\u0178"}};
+    for (const std::u16string_view stream : {std::u16string_view(), std::u16string_view(u"Config-7-Properties")}) {
+        for (const auto& [documentVersion, marker, name] : cases) {
+            const auto storage = makeObject<MemoryStorage>();
+            storage->add(stream.empty() ? visibleName : std::u16string(stream), userStream(values));
+            const std::u16string markerName = stream.empty() ? u"DocumentSummaryInformation_V" : u"Config-7-Properties_V";
+            storage->add(markerName, marker);
+            suPropertyStore_c store(false);
+            EXPECT_TRUE(store.Read(*storage, stream, documentVersion));
+            EXPECT_EQ(store.GetCustomPropertyNames(), std::vector<std::u16string>{name}) << documentVersion;
+            EXPECT_TRUE(store.Write(*storage, stream));
+            EXPECT_EQ(storage->streams.count(markerName), 0u);
+        }
+    }
+}
+
+TEST(PropertyStore, WhatDidNotReadWholeStaysAsItIs)
+{
+    const std::string broken = visibleStream({{2, le32(76)}, {0, emptyDictionary}});
+    for (const bool denied : {false, true}) {
+        const auto storage = makeObject<MemoryStorage>();
+        storage->add(visibleName, broken).behaviour.openStatus = denied ? STG_E_ACCESSDENIED : S_OK;
+        storage->add(u"DocumentSummaryInformation_V", le32(3321));
+        suPropertyStore_c store(true);
+        store.Read(*storage, {}, 3320);
+        EXPECT_EQ(store.GetCustomPropertyCount(), 0u);
+        EXPECT_TRUE(store.Write(*storage));
+        EXPECT_EQ(storage->bytesOf(visibleName), broken);
+        EXPECT_EQ(storage->bytesOf(u"DocumentSummaryInformation_V"), le32(3321)) << "what tells the stream's code page stays with it";
+        EXPECT_TRUE(store.AddCustomProperty(u"New", 3, u"1"));
+        storage->streams[visibleName]->behaviour.openStatus = S_OK;
+        EXPECT_TRUE(store.Write(*storage));
+        EXPECT_NE(storage->bytesOf(visibleName), broken);
+    }
+
+    const auto storage = makeObject<MemoryStorage>();
+    storage->add(u"Config-0-Properties", broken);
+    suConfigurationPropertyStore configuration;
+    configuration.load(*storage, u"Config-1-Properties");
+    EXPECT_FALSE(configuration.hasAny());
+    configuration.load(*storage, u"Config-0-Properties");
+    EXPECT_TRUE(configuration.hasAny()) << "or its stream would be removed";
+    configuration.save(*storage, u"Config-0-Properties");
+    EXPECT_EQ(storage->bytesOf(u"Config-0-Properties"), broken);
+}
+
+TEST(PropertyStore, WritingThatFailsIsTold)
+{
+    StoreUnderTest t;
+    t.storage->streams[visibleName]->behaviour.capacity = 30;
+    EXPECT_THROW(t.store.Write(*t.storage), suFileException);
+    t.storage->streams[visibleName]->behaviour.openStatus = STG_E_ACCESSDENIED;
+    t.storage->createStatus = STG_E_ACCESSDENIED;
+    EXPECT_FALSE(t.store.Write(*t.storage));
+    EXPECT_FALSE(t.store.Write(*t.storage, u"Config-0-Properties"));
+}
+
+TEST(CustomProperties, AreListedInTheOrderOfTheFile)
+{
+    StoreUnderTest t;
+    EXPECT_EQ(t.storage->openModes, std::vector<DWORD>{STGM_READ | STGM_SHARE_EXCLUSIVE});
+    const auto all = t.store.GetAllCustomPropertyNamesAndValues();
+    const suCustomProperty expected[] = {
+        {u"Material", 30, u"\"KV-Material@Part\"", u"steel"}, {u"Weight", 3, u"", u"1.500000"}, {u"Checked", 11, u"", u"Yes"}};
+    ASSERT_EQ(all.size(), std::size(expected));
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        EXPECT_EQ(all[i].name, expected[i].name);
+        EXPECT_EQ(all[i].type, expected[i].type);
+        EXPECT_EQ(all[i].linkedTo, expected[i].linkedTo);
+        EXPECT_EQ(all[i].value, expected[i].value);
+    }
+    EXPECT_EQ(t.store.GetCustomPropertyCount(), 3u);
+    EXPECT_EQ(t.store.GetCustomPropertyNames(), (std::vector<std::u16string>{u"Material", u"Weight", u"Checked"}));
+}
+
+TEST(CustomProperties, AreFoundInAnyCaseAndShowTheirLinkFirst)
+{
+    StoreUnderTest t;
+    EXPECT_EQ(t.text(u"MATERIAL"), u"\"KV-Material@Part\" 30");
+    EXPECT_EQ(t.text(u"weight"), u"1.500000 03");
+    EXPECT_EQ(t.text(u"_PID_LOCKPERSON"), u"none");
+    EXPECT_EQ(t.text(u"Nothing"), u"none");
+    std::uint32_t type = 0;
+    std::u16string link;
+    std::u16string value;
+    EXPECT_TRUE(t.store.GetCustomPropertyValues(u"material", type, link, value));
+    EXPECT_EQ(link, u"\"KV-Material@Part\"");
+    EXPECT_EQ(value, u"steel");
+}
+
+TEST(CustomProperties, ReservedNamesCountOnlyAsTheyAreSpelled)
+{
+    StoreUnderTest t({{1, shortValue(1252)},
+                      {2, textValue("a")},
+                      {3, textValue("b")},
+                      {4, textValue("c")},
+                      {0, dictionary({{0, ""}, {2, "_pid_lock"}, {3, "_PID_HLINKS"}, {4, "_PID_LOCK2"}})}});
+    EXPECT_EQ(t.store.GetCustomPropertyNames(), (std::vector<std::u16string>{u"_pid_lock", u"_PID_LOCK2"}));
+    EXPECT_TRUE(t.store.DeleteCustomProperty(u"_PID_HLINKS")) << "though no listing shows it";
+    EXPECT_FALSE(t.store.DeleteCustomProperty(u"_PID_HLINKS"));
+}
+
+TEST(CustomProperties, AddTakesFreeNamesAndFittingValues)
+{
+    const struct
+    {
+        std::u16string_view name;
+        std::uint32_t type;
+        std::u16string_view value;
+        bool added;
+        std::u16string_view text;
+    } cases[] = {{u"material", 30, u"x", false, u"\"KV-Material@Part\" 30"},
+                 {u"_PID_LOCKPERSON", 30, u"x", false, u"none"},
+                 {u"New", 30, u"Yes", true, u"Yes 30"},
+                 {u"NEW", 30, u"x", false, u"Yes 30"},
+                 {u"Count", 3, u"-15", true, u"-15 03"},
+                 {u"Size", 3, u"1.5", true, u"1.500000 03"},
+                 {u"Negative", 3, u"-1.5", false, u"none"},
+                 {u"Flag", 11, u"anything", true, u"No 11"},
+                 {u"Date", 64, u"2/29/2000", true, u"2/29/2000 64"},
+                 {u"NoDate", 64, u"", false, u"none"},
+                 {u"Unknown", 0, u"x", false, u"none"},
+                 {u"Wide", 31, u"x", false, u"none"},
+                 {u"KV-Mass(unit)", 30, u"m", true, u"none"}, // listed under the first of its three names
+                 {u"kv-UNIT", 30, u"x", false, u"none"}};
+    StoreUnderTest t;
+    for (const auto& [name, type, value, added, text] : cases) {
+        const std::size_t before = t.store.GetCustomPropertyCount();
+        const std::string label(name.begin(), name.end());
+        EXPECT_EQ(t.store.AddCustomProperty(name, type, value), added) << label;
+        EXPECT_EQ(t.store.GetCustomPropertyCount(), before + added) << label;
+        EXPECT_EQ(t.text(name), text) << label;
+    }
+    EXPECT_EQ(t.text(u"KV-Mass"), u"m 30");
+    EXPECT_FALSE(t.store.dirty);
+}
+
+TEST(CustomProperties, AddedPropertiesStandBehindTheOthersAndTheDictionaryLast)
+{
+    StoreUnderTest t({{0, dictionary({{0, "S"}, {9, "Nine"}})}, {1, shortValue(1252)}, {9, textValue("nine")}});
+    EXPECT_TRUE(t.store.AddCustomProperty(u"Alpha", 3, u"7"));
+    EXPECT_TRUE(t.store.AddCustomProperty(u"Text", 30, std::u16string(2000, u'x')));
+    EXPECT_EQ(t.written(), visibleStream({{1, shortValue(1252)},
+                                          {9, textValue("nine")},
+                                          {10, numberValue(7)},
+                                          {11, textValue(std::string(1023, 'x'))},
+                                          {0, dictionary({{0, "S"}, {10, "Alpha"}, {9, "Nine"}, {11, "Text"}})}}));
+}
+
+TEST(CustomProperties, NothingIsOverwrittenPastTheLastId)
+{
+    StoreUnderTest t({{1, shortValue(1252)},
+                      {0x00FFFFFF, textValue("last")},
+                      {0x01000000, textValue("largest")},
+                      {0, dictionary({{0, ""}, {0x01000000, "Largest"}, {0x00FFFFFF, "Last"}})}});
+    EXPECT_FALSE(t.store.AddCustomProperty(u"More", 30, u"x"));
+    EXPECT_EQ(t.text(u"Largest"), u"largest 30");
+}
+
+TEST(CustomProperties, SetKeepsTheTypeAndCutsTheLink)
+{
+    StoreUnderTest t;
+    EXPECT_TRUE(t.store.SetCustomProperty(u"MATERIAL", u"brass"));
+    EXPECT_TRUE(t.store.dirty);
+    EXPECT_EQ(t.text(u"Material"), u"brass 30");
+    EXPECT_EQ(t.store.getUserSection().findById(0x01000002), nullptr);
+    EXPECT_TRUE(t.store.SetCustomProperty(u"Weight", u"2"));
+    EXPECT_EQ(t.text(u"Weight"), u"2.000000 03");
+    EXPECT_FALSE(t.store.SetCustomProperty(u"Weight", u"heavy"));
+    EXPECT_EQ(t.text(u"Weight"), u"2.000000 03");
+    EXPECT_FALSE(t.store.SetCustomProperty(u"Nothing", u"x"));
+    EXPECT_FALSE(t.store.SetCustomProperty(u"_PID_LOCKPERSON", u"x"));
+    EXPECT_TRUE(t.store.AddCustomProperty(u"Count", 3, u"1"));
+    EXPECT_TRUE(t.store.SetCustomProperty(u"Count", u"1.25"));
+    EXPECT_EQ(t.store.getUserSection().findById(6)->type, 5u) << "a point makes a number a real";
+}
+
+TEST(CustomProperties, DeleteTakesTheLinkAlong)
+{
+    StoreUnderTest t;
+    EXPECT_FALSE(t.store.DeleteCustomProperty(u"Nothing"));
+    EXPECT_TRUE(t.store.DeleteCustomProperty(u"material"));
+    EXPECT_FALSE(t.store.dirty);
+    RawValues left = someValues();
+    left.erase(left.begin() + 1, left.begin() + 3);
+    left.back().second = dictionary({{0, ""}, {4, "Checked"}, {3, "Weight"}, {5, "_PID_LOCKPERSON"}});
+    EXPECT_EQ(t.written(), visibleStream(left));
+}
+
+TEST(CustomProperties, LocksAreKeptUnderTheirNames)
+{
+    StoreUnderTest t;
+    EXPECT_EQ(t.store.GetLockPerson(), u"locked");
+    EXPECT_EQ(t.store.GetLock(), std::nullopt);
+    t.store.SetLock(7);
+    EXPECT_EQ(t.store.GetLock(), 7);
+    EXPECT_EQ(t.store.getUserSection().FindIdByName(u"_PID_LOCK"), 6u);
+    EXPECT_EQ(t.store.GetCustomPropertyCount(), 3u);
+}
+
+} // namespace
+} // namespace kvdm::test
