@@ -9,8 +9,13 @@ namespace kvdm::tool {
 void addDump(CLI::App& app, int& exitCode);
 void addInfo(CLI::App& app, int& exitCode);
 void addProps(CLI::App& app, int& exitCode);
+void addPropsEdits(CLI::App& props, int& exitCode); // below "props"
+void addSummary(CLI::App& app, int& exitCode);
+void addSave(CLI::App& app, int& exitCode);
+void addSaveAs(CLI::App& app, int& exitCode);
 void addLs(CLI::App& app, int& exitCode);
 void addCat(CLI::App& app, int& exitCode);
+void addCheck(CLI::App& app, int& exitCode);
 
 constexpr int exitDone = 0;
 constexpr int exitFailed = 1;

@@ -22,10 +22,11 @@ int main(int argc, char** argv)
     using namespace kvdm::tool;
     std::ios::sync_with_stdio(false);
     int exitCode = exitDone;
-    CLI::App app{"Reads the documents of the Kestrovane CAD system (.kvdprt, .kvdasm, .kvddrw) without the CAD application.\n"
+    CLI::App app{"Reads and edits the documents of the Kestrovane CAD system (.kvdprt, .kvdasm, .kvddrw) without the CAD application.\n"
                  "\n"
                  "  kvdm info part.kvdprt                 what the document is, for a person\n"
                  "  kvdm props list part.kvdprt           its custom properties\n"
+                 "  kvdm props set part.kvdprt Material Steel\n"
                  "  kvdm dump *.kvdprt | jq .version      everything, as one JSON object a line\n"
                  "  kvdm ls part.kvdprt                   the storages and streams of the file\n"
                  "  kvdm cat part.kvdprt Contents/CMgrHdr2 > header.bin",
@@ -37,6 +38,9 @@ int main(int argc, char** argv)
                "'kvdm COMMAND --help' tells more. Windows paths work when KESTROVANE_PATH_MAP maps their drive.");
     addInfo(app, exitCode);
     addProps(app, exitCode);
+    addSummary(app, exitCode);
+    addSave(app, exitCode);
+    addSaveAs(app, exitCode);
     addDump(app, exitCode);
     addLs(app, exitCode);
     addCat(app, exitCode);

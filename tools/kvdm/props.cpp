@@ -49,6 +49,7 @@ void addProps(CLI::App& app, int& exitCode)
 {
     CLI::App* props = app.add_subcommand("props", "Custom properties of documents");
     props->require_subcommand(1);
+    addPropsEdits(*props, exitCode);
     auto options = std::make_shared<ListOptions>();
     CLI::App* list = props->add_subcommand("list", "Lists them: name, type, value and, when linked, the link text, separated by tabs");
     list->add_option("FILE", options->files, "Documents; with several, each line begins with the file")->required();

@@ -10,15 +10,29 @@
 
 namespace kvdm::tool {
 
+namespace {
+
+// A device that is not the empty one.
+bool isTerminal(const char* stream)
+{
+    std::error_code unknown;
+    return std::filesystem::is_character_file(stream, unknown) && !std::filesystem::equivalent(stream, "/dev/null", unknown);
+}
+
+} // namespace
+
+bool errorIsTerminal()
+{
+    static const bool answer = isTerminal("/dev/stderr");
+    return answer;
+}
+
 bool outputIsColoured()
 {
     static const bool answer = [] {
         const char* terminal = std::getenv("TERM");
         const char* refused = std::getenv("NO_COLOR");
-        std::error_code unknown;
-        const bool isDevice =
-            std::filesystem::is_character_file("/dev/stdout", unknown) && !std::filesystem::equivalent("/dev/stdout", "/dev/null", unknown);
-        return isDevice && !(refused && *refused) && terminal && std::strcmp(terminal, "dumb") != 0;
+        return isTerminal("/dev/stdout") && !(refused && *refused) && terminal && std::strcmp(terminal, "dumb") != 0;
     }();
     return answer;
 }

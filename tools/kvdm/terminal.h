@@ -9,6 +9,9 @@ namespace kvdm::tool {
 // True when standard output is a terminal that takes colour (NO_COLOR and TERM=dumb say no).
 bool outputIsColoured();
 
+// True when standard error is a terminal.
+bool errorIsTerminal();
+
 std::string bold(std::string_view text);
 std::string faint(std::string_view text);
 std::string coloured(std::string_view text, int colour); // 1 red, 2 green, 3 yellow, 4 blue, 6 cyan
