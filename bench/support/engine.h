@@ -1,0 +1,20 @@
+// Streams read through the published storage interfaces.
+#pragma once
+
+#include <kvdocmgr/kvdocmgr.h>
+
+#include <cstdint>
+#include <string>
+
+namespace kvdm::bench::engine {
+
+// Read-only, and against writers. Throws when the file does not open.
+ComPtr<IStorage> open(const std::string& path);
+
+// Reads the one stream of the root from end to end by blocks of that size; the bytes read.
+std::uint64_t readByBlocks(IStorage& storage, const char16_t* stream, std::size_t block);
+
+// Lists the root and reads every stream in it; the bytes read.
+std::uint64_t readEveryStream(IStorage& storage);
+
+} // namespace kvdm::bench::engine

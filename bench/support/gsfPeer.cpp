@@ -1,0 +1,112 @@
+#include "support/gsfPeer.h"
+
+#include <gsf/gsf.h>
+
+#include <algorithm>
+#include <memory>
+#include <stdexcept>
+
+namespace kvdm::bench::gsf {
+
+namespace {
+
+struct Unref
+{
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+template <class Object> using Owned = std::unique_ptr<Object, Unref>;
+
+template <class Object> Owned<Object> require(Object* object, const std::string& what)
+{
+    if (!object)
+        throw std::runtime_error("libgsf: " + what);
+    return Owned<Object>(object);
+}
+
+struct File
+{
+    Owned<GsfInput> input;
+    Owned<GsfInfile> infile;
+};
+
+File open(const std::string& path, Access access)
+{
+    File file;
+    file.input = require(access == Access::mapped ? gsf_input_mmap_new(path.c_str(), nullptr) : gsf_input_stdio_new(path.c_str(), nullptr), path);
+    file.infile = require(gsf_infile_msole_new(file.input.get(), nullptr), path + " as a compound file");
+    return file;
+}
+
+std::size_t readWhole(GsfInput& stream)
+{
+    const auto size = static_cast<std::size_t>(gsf_input_size(&stream));
+    if (size && !gsf_input_read(&stream, size, nullptr))
+        throw std::runtime_error("libgsf: a stream is not read");
+    return size;
+}
+
+} // namespace
+
+void initialise()
+{
+    gsf_init();
+    g_log_set_default_handler([](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
+}
+
+std::size_t readStream(const std::string& path, const char* stream, Access access)
+{
+    const File file = open(path, access);
+    return readWhole(*require(gsf_infile_child_by_name(file.infile.get(), stream), stream));
+}
+
+std::size_t readDocument(const std::string& path)
+{
+    const File file = open(path, Access::stdio);
+    bool marked = false;
+    const int children = gsf_infile_num_children(file.infile.get());
+    for (int i = 0; i < children && !marked; ++i) {
+        const char* name = gsf_infile_name_by_index(file.infile.get(), i);
+        marked = name && g_str_has_prefix(name, "_MO_VERSION_");
+    }
+    if (!marked)
+        throw std::runtime_error("libgsf: no version marker in " + path);
+    std::size_t values = 0;
+    for (const char* name : {"\005SummaryInformation", "\005DocumentSummaryInformation", "IKestrovaneInformation"}) {
+        const Owned<GsfInput> stream(gsf_infile_child_by_name(file.infile.get(), name));
+        if (!stream)
+            continue;
+        const Owned<GsfDocMetaData> metadata(gsf_doc_meta_data_new());
+        if (GError* error = gsf_doc_meta_data_read_from_msole(metadata.get(), stream.get()))
+            g_error_free(error);
+        values += gsf_doc_meta_data_size(metadata.get());
+    }
+    return values;
+}
+
+std::uint64_t readByBlocks(const std::string& path, const char* stream, std::size_t block)
+{
+    const File file = open(path, Access::stdio);
+    const Owned<GsfInput> input = require(gsf_infile_child_by_name(file.infile.get(), stream), stream);
+    std::vector<guint8> buffer(block);
+    std::uint64_t total = 0;
+    for (std::uint64_t left = static_cast<std::uint64_t>(gsf_input_size(input.get())); left > 0;) {
+        const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(left, block));
+        if (!gsf_input_read(input.get(), count, buffer.data()))
+            throw std::runtime_error("libgsf: the stream ends early");
+        total += count;
+        left -= count;
+    }
+    return total;
+}
+
+std::uint64_t readEveryStream(const std::string& path)
+{
+    const File file = open(path, Access::stdio);
+    std::uint64_t total = 0;
+    const int children = gsf_infile_num_children(file.infile.get());
+    for (int i = 0; i < children; ++i)
+        total += readWhole(*require(gsf_infile_child_by_index(file.infile.get(), i), "a child"));
+    return total;
+}
+
+} // namespace kvdm::bench::gsf

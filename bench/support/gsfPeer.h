@@ -1,0 +1,32 @@
+// The same work done with libgsf, the compound file library of the GNOME desktop.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kvdm::bench::gsf {
+
+enum class Access
+{
+    stdio,
+    mapped
+};
+
+// Once, before any other call here: quiet, and with its types made.
+void initialise();
+
+// Opens the file and reads one stream of the root whole; its size. Throws when that fails.
+std::size_t readStream(const std::string& path, const char* stream, Access access);
+
+// Opens a document, finds its version marker, and reads and parses the property sets that it has; how many values came out.
+std::size_t readDocument(const std::string& path);
+
+// Reads the one stream from end to end by blocks of that size.
+std::uint64_t readByBlocks(const std::string& path, const char* stream, std::size_t block);
+
+// Lists the root and reads every stream in it; the bytes read.
+std::uint64_t readEveryStream(const std::string& path);
+
+} // namespace kvdm::bench::gsf
