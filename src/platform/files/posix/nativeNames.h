@@ -1,6 +1,7 @@
-// Names of the file system, which are bytes, and text, which is UTF-16. No name is lost: a byte that is no UTF-8 stands in
-// the text as the lone surrogate U+DC00 + byte, and such a surrogate is that byte again on the way back.
+// Names of the file system, which are bytes, and text, which is UTF-16. No name is lost on the way there and back.
 #pragma once
+
+#include <kvdocmgr/text.h>
 
 #include <cstddef>
 #include <string>
@@ -8,7 +9,10 @@
 
 namespace kvdm {
 
-std::string nativeBytes(std::u16string_view text);
+inline std::string nativeBytes(std::u16string_view text)
+{
+    return toUtf8(text, IllFormed::keep);
+}
 
 constexpr bool isSeparator(char16_t unit) noexcept
 {

@@ -165,6 +165,11 @@ std::optional<std::string> nativePath(std::u16string_view path)
     return resolveCase(std::move(native));
 }
 
+std::u16string pathFromNative(std::string_view bytes)
+{
+    return fromUtf8(bytes, IllFormed::keep);
+}
+
 PathParts splitPath(std::u16string_view path)
 {
     PathParts parts;
