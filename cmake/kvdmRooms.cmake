@@ -48,7 +48,10 @@ endfunction()
 # Only what the version script of the library names is exported.
 function(kvdm_shared_library name)
   set(script ${PROJECT_SOURCE_DIR}/cmake/${name}.map)
-  target_link_options(${name} PRIVATE LINKER:--version-script=${script} LINKER:--no-undefined)
+  target_link_options(${name} PRIVATE LINKER:--version-script=${script})
+  if(NOT KVDM_SANITIZE) # clang keeps the sanitizers' own functions in the program alone
+    target_link_options(${name} PRIVATE LINKER:--no-undefined)
+  endif()
   set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINK_DEPENDS ${script})
   target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
