@@ -49,6 +49,46 @@ HRESULT makeApplication(IKvDMApplication** application) noexcept
     });
 }
 
+HRESULT CKvDMClassFactory::QueryInterface(REFIID id, void** out) noexcept
+{
+    return outer ? outer->QueryInterface(id, out) : answerItself(id, out);
+}
+
+ULONG CKvDMClassFactory::AddRef() noexcept
+{
+    return outer ? outer->AddRef() : ErrorInfoObject::AddRef();
+}
+
+ULONG CKvDMClassFactory::Release() noexcept
+{
+    return outer ? outer->Release() : ErrorInfoObject::Release();
+}
+
+namespace {
+
+class InnerClassFactory final : public AutomationObject<IUnknown>
+{
+public:
+    explicit InnerClassFactory(IUnknown& outer) : factory(new CKvDMClassFactory(&outer)) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) noexcept override
+    {
+        return id == IID_IUnknown ? CountedObject::QueryInterface(id, out) : factory->answerItself(id, out);
+    }
+
+private:
+    ~InnerClassFactory() override { factory->end(); }
+
+    CKvDMClassFactory* factory;
+};
+
+} // namespace
+
+ComPtr<IUnknown> makeAggregatedClassFactory(IUnknown& outer)
+{
+    return ComPtr<IUnknown>::adopt(new InnerClassFactory(outer));
+}
+
 HRESULT CKvDMClassFactory::GetApplication(IKvDMApplication** application) noexcept
 {
     return makeApplication(application);
@@ -86,14 +126,14 @@ HRESULT CKvDMApplication::CopyDocument(BSTR, BSTR, VARIANT, VARIANT, LONG, IKvDM
 {
     if (error)
         *error = kvDmMoveCopyErrorFail;
-    return E_NOTIMPL;
+    return S_OK;
 }
 
 HRESULT CKvDMApplication::MoveDocument(BSTR, BSTR, VARIANT, VARIANT, LONG, IKvDMSearchOption*, LONG* error) noexcept
 {
     if (error)
         *error = kvDmMoveCopyErrorFail;
-    return E_NOTIMPL;
+    return S_OK;
 }
 
 HRESULT CKvDMApplication::GetSearchOptionObject(IKvDMSearchOption** option) noexcept
@@ -117,27 +157,34 @@ HRESULT CKvDMApplication::GetLatestSupportedFileVersion(LONG* version) noexcept
 
 // The byte array over the stream takes the place of the one before, which lets go of its stream whoever still counts it: a
 // client keeps one application object a stream document.
-HRESULT CKvDMApplication::iOpenOnStream(IStream& stream, ComPtr<IStorage>& storage)
+HRESULT CKvDMApplication::iOpenOnStream(IStream& stream, ComPtr<IStorage>& storage) noexcept
 {
-    if (lockBytes)
-        lockBytes->destroy();
-    lockBytes = ComPtr<CLockBytesOnStream>::adopt(new CLockBytesOnStream(stream));
-    const HRESULT status = StgOpenStorageOnILockBytes(lockBytes.get(), nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, storage.put());
-    if (FAILED(status))
-        (void)storage.detach();
-    return status;
+    return automationCall([&] {
+        if (lockBytes)
+            lockBytes->destroy();
+        lockBytes.reset();
+        lockBytes = ComPtr<CLockBytesOnStream>::adopt(new CLockBytesOnStream(stream));
+        const HRESULT status = StgOpenStorageOnILockBytes(lockBytes.get(), nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, storage.put());
+        if (FAILED(status))
+            (void)storage.detach();
+        return status;
+    });
 }
 
+// An object that is both is opened as both, and the document on its storage is the one handed out.
 HRESULT CKvDMApplication::GetDocument2(IUnknown* documentStream, KvDmDocumentOpenError* result, IKvDMDocument** document) noexcept
 {
     return automationCall([&] {
+        if (!result || !document)
+            return E_POINTER;
         *result = kvDmDocumentOpenErrorFail;
         HRESULT status = S_OK;
+        ComPtr<IKvDMDocument> opened;
         const auto openCore = [&](IStorage& storage) {
             std::unique_ptr<dmDocument_c> core = dmDocument_c::openByStorage(storage);
             if (!core)
                 return;
-            status = handOut(std::move(core), document);
+            status = handOut(std::move(core), opened.put());
             *result = kvDmDocumentOpenErrorNone;
         };
         if (const ComPtr<IStream> stream = queryAs<IStream>(documentStream)) {
@@ -148,6 +195,8 @@ HRESULT CKvDMApplication::GetDocument2(IUnknown* documentStream, KvDmDocumentOpe
         }
         if (const ComPtr<IStorage> storage = queryAs<IStorage>(documentStream))
             openCore(*storage);
+        if (opened)
+            *document = opened.detach(); // untouched where nothing opened
         return status;
     });
 }

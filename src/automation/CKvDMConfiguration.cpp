@@ -15,7 +15,13 @@ HRESULT CKvDMConfiguration::wrap(dmConfiguration_c& internal, IKvDMConfiguration
 {
     if (internal.wrapper)
         return internal.wrapper->QueryInterface(IID_IKvDMConfiguration, reinterpret_cast<void**>(out));
-    const ComPtr<CKvDMConfiguration> made = makeObject<CKvDMConfiguration>(internal);
+    ComPtr<CKvDMConfiguration> made;
+    try {
+        made = makeObject<CKvDMConfiguration>(internal);
+    } catch (const std::bad_alloc&) {
+        internal.getDocumentCore().releaseConfiguration(internal); // one that is live without a wrapper keeps the core for ever
+        throw;
+    }
     internal.wrapper = made.get();
     return made->QueryInterface(IID_IKvDMConfiguration, reinterpret_cast<void**>(out));
 }

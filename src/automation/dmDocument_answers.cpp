@@ -2,11 +2,10 @@
 #include "automation/CKvDMApplication.h"
 #include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
+#include "common/decimalNumber.h"
 #include "common/exceptions.h"
 #include "properties/suDocumentProperties_c.h"
 #include "properties/suPropertyStore_c.h"
-
-#include <charconv>
 
 namespace kvdm {
 
@@ -17,33 +16,13 @@ constexpr LONG firstVersionWithSmartFlag = 2850;
 constexpr LONG firstVersionWithInstanceTree = 3800;
 constexpr std::uint32_t smartComponentFlag = 2;
 
-bool isBlank(char16_t unit)
-{
-    return unit == u' ' || (unit >= 9 && unit <= 13) || unit == 0x85 || unit == 0xA0;
-}
-
 std::u16string_view trimmed(std::u16string_view text)
 {
-    while (!text.empty() && isBlank(text.front()))
+    while (!text.empty() && isBlankUnit(text.front()))
         text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back()))
+    while (!text.empty() && isBlankUnit(text.back()))
         text.remove_suffix(1);
     return text;
-}
-
-// The C library's way: leading blanks, one sign, digits as far as they go; 0 without any.
-LONG decimalOf(std::u16string_view text)
-{
-    while (!text.empty() && isBlank(text.front()))
-        text.remove_prefix(1);
-    std::string digits;
-    for (const char16_t unit : text)
-        digits += unit < 0x80 ? static_cast<char>(unit) : '\0';
-    const char* begin = digits.data() + (digits.starts_with('+') ? 1 : 0);
-    LONG number = 0;
-    if (digits.size() < 2 || digits[0] != '+' || digits[1] != '-')
-        std::from_chars(begin, digits.data() + digits.size(), number);
-    return number;
 }
 
 } // namespace
@@ -109,7 +88,7 @@ LONG dmDocument_c::getComponentCount()
 
 KvDmToolboxPartType dmDocument_c::getToolboxPart()
 {
-    return static_cast<KvDmToolboxPartType>(decimalOf(invisibleValue(u"IsToolboxPart")));
+    return static_cast<KvDmToolboxPartType>(decimalNumber(invisibleValue(u"IsToolboxPart")));
 }
 
 void dmDocument_c::setToolboxPart(KvDmToolboxPartType type)
@@ -126,7 +105,7 @@ void dmDocument_c::setToolboxPart(KvDmToolboxPartType type)
 LONG dmDocument_c::getSheetCount()
 {
     const std::u16string value = invisibleValue(u"KV-Total Sheets");
-    return value.empty() ? -1 : decimalOf(value);
+    return value.empty() ? -1 : decimalNumber(value);
 }
 
 std::u16string dmDocument_c::getActiveSheetName()

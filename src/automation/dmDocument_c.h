@@ -30,7 +30,8 @@ class suSummaryInformation_c;
 class dmDocument_c
 {
 public:
-    // Reads nothing but what opening needs. A file that is no document gives a core whose operations fail one by one.
+    // Reads nothing but what opening needs. A file that is no document gives a core whose operations fail one by one; null
+    // only on exhausted memory.
     static std::unique_ptr<dmDocument_c> openByPath(std::u16string path, bool readOnly);
     // Reads everything that opening reads at once, since the owner of the storage may go away; null when it cannot.
     static std::unique_ptr<dmDocument_c> openByStorage(IStorage& storage);

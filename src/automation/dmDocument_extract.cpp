@@ -1,6 +1,7 @@
 // Streams of the document written to files that the client names.
 #include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
+#include "common/exceptions.h"
 #include "platform/files/files.h"
 #include "storage/suStructuredStorage.h"
 
@@ -19,15 +20,15 @@ std::unique_ptr<OpenFile> createFile(std::u16string_view path)
     return openFile(path, FileAccess::readWrite, FileCreation::createAlways, error);
 }
 
-// Copies what the attached node holds; stops at the first block that the file does not take.
-void copyNode(suStructuredStorage& storage, OpenFile& file)
+// Copies what the attached node holds. Throws suFileException when the file does not take it.
+void copyNode(suStructuredStorage& storage, OpenFile& file, std::vector<std::uint8_t>& block)
 {
-    std::vector<std::uint8_t> block(blockSize);
     std::uint64_t offset = 0;
     for (std::size_t read = 0; (read = storage.getArchive().Read(block.data(), block.size())) > 0; offset += read) {
         std::size_t written = 0;
-        if (file.writeAt(offset, block.data(), read, written) != errorNone)
-            return;
+        const std::uint32_t error = file.writeAt(offset, block.data(), read, written);
+        if (error != errorNone || written != read)
+            throw suFileException(suFileException::generic, static_cast<std::int32_t>(error));
     }
 }
 
@@ -45,12 +46,20 @@ void dmDocument_c::getLumoviewData(std::u16string_view fileName, KvDmLmvDataErro
         error = kvDmLmvDataErrorNoData;
         return;
     }
+    // Read to its end before the file is made: a stream that does not decode leaves the file of that name as it is.
+    std::vector<std::uint8_t> block(blockSize);
+    while (storage.getArchive().Read(block.data(), block.size()) > 0) {
+    }
+    if (!storage.attachToNode(false, u"eModel", true, 0)) {
+        error = kvDmLmvDataErrorNoData;
+        return;
+    }
     const std::unique_ptr<OpenFile> file = createFile(fileName);
     if (!file) {
         error = kvDmLmvDataErrorFileCreation;
         return;
     }
-    copyNode(storage, *file);
+    copyNode(storage, *file, block);
     error = kvDmLmvDataErrorNone;
 }
 
@@ -69,7 +78,8 @@ void dmDocument_c::getXmlStream(std::u16string_view fileName, KvDmXmlDataError& 
     const std::unique_ptr<OpenFile> file = createFile(fileName);
     if (!file)
         return;
-    copyNode(storage, *file);
+    std::vector<std::uint8_t> block(blockSize);
+    copyNode(storage, *file, block);
     error = kvDmXmlDataErrorNone;
 }
 

@@ -101,8 +101,9 @@ bool dmDocument_c::saveAs(const std::u16string& newPath, KvDmDocumentSaveError& 
         if (fileVersion != 0)
             wrapper.writeVersion(fileVersion); // a document on a storage does not know its own: its marker came with the copy
         iWrite(wrapper, error);                // the outcome changes nothing here: the document goes on in the new file
-        rootStorage = std::move(created);
-        fullPath = newPath;
+        std::u16string path = newPath;
+        rootStorage = std::move(created); // nothing can fail from here on
+        fullPath = std::move(path);
         readOnly = false;
         return true;
     } catch (const std::exception&) {

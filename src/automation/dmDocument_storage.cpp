@@ -20,7 +20,9 @@ constexpr LONG latestReadableVersion = 3800;
 
 std::unique_ptr<dmDocument_c> dmDocument_c::openByPath(std::u16string path, bool readOnly)
 {
-    std::unique_ptr<dmDocument_c> core(new dmDocument_c);
+    std::unique_ptr<dmDocument_c> core(new (std::nothrow) dmDocument_c);
+    if (!core)
+        return nullptr;
     core->fullPath = std::move(path);
     core->readOnly = readOnly;
     core->iOpenTables();
@@ -35,7 +37,9 @@ void dmDocument_c::iOpenTables()
 
 std::unique_ptr<dmDocument_c> dmDocument_c::openByStorage(IStorage& storage)
 {
-    std::unique_ptr<dmDocument_c> core(new dmDocument_c);
+    std::unique_ptr<dmDocument_c> core(new (std::nothrow) dmDocument_c);
+    if (!core)
+        return nullptr;
     try {
         core->readOnly = false;
         suStructuredStorage wrapper(&storage);

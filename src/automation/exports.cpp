@@ -19,8 +19,12 @@ public:
             if (!out)
                 return E_POINTER;
             *out = nullptr;
-            if (outer)
-                return CLASS_E_NOAGGREGATION;
+            if (outer && id != IID_IUnknown)
+                return CLASS_E_NOAGGREGATION; // an outer object gets the inner IUnknown and nothing else
+            if (outer) {
+                *out = makeAggregatedClassFactory(*outer).detach();
+                return S_OK;
+            }
             const ComPtr<CKvDMClassFactory> made = makeObject<CKvDMClassFactory>();
             return made->QueryInterface(id, out);
         });

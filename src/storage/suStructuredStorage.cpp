@@ -149,6 +149,11 @@ suStructuredStorage::~suStructuredStorage()
         iReleaseWrapper(embeddedDocWrapper, true);
         iReleaseWrapper(embeddedRefsWrapper, false);
         releaseChildStorage();
+        if (ownsStorages && document && topStorage && document->getTopStorage() == topStorage.get()) { // lent until here
+            document->setEmbeddedStorage(nullptr);
+            document->setEmbeddedReferencesStorage(nullptr);
+            document->setTopStorage(nullptr);
+        }
     } catch (const std::exception&) {
         // A stream that could not be flushed has told so to the one who released it; here nobody is left to be told.
     }

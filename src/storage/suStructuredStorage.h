@@ -133,7 +133,7 @@ private:
     bool iIsStorage(const std::u16string& name);
     template <class Matches> void iDestroyMatching(Matches&& matches);
     [[noreturn]] void iThrowStreamFailure();
-    bool iWriteVersionNode(const std::u16string& prefix, int version);
+    bool iWriteVersionNode(std::u16string_view prefix, int version);
     void iEncryptStream(std::u16string_view key);
     bool iDecryptStream(IStream& source, std::u16string_view key);
 

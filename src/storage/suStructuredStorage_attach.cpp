@@ -193,16 +193,17 @@ bool suStructuredStorage::releaseStream()
 
 bool suStructuredStorage::releaseCompressedStream()
 {
-    const std::unique_ptr<su_CArchive> released = std::move(archive);
     if (!compressedStoring) {
         compressionType = 0;
-        if (!released)
-            return true;
-        streamReleased = true;
+        const bool attached = archive != nullptr;
+        streamReleased = streamReleased || attached;
+        archive.reset();
         const std::unique_ptr<suCompressedFile_c> pipe = std::move(compressedFile);
-        pipe->Close();
+        if (attached && pipe)
+            pipe->Close();
         return true;
     }
+    const std::unique_ptr<su_CArchive> released = std::move(archive);
     bool done = true;
     if (released && compressionType != 0) {
         streamReleased = true;
@@ -249,11 +250,9 @@ bool suStructuredStorage::iAttachToStorage(bool isStoring, const std::u16string&
         iDestroyNode(name); // a stream of that name gives way
         status = rootStorage->CreateStorage(toOle(name), writeStream, 0, 0, childStorage.put());
     }
-    if (FAILED(status)) {
+    if (FAILED(status))
         (void)childStorage.detach();
-        return false;
-    }
-    return true;
+    return static_cast<bool>(childStorage);
 }
 
 void suStructuredStorage::releaseChildStorage()

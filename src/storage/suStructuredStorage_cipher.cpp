@@ -70,8 +70,8 @@ void suStructuredStorage::iEncryptStream(std::u16string_view key)
 
 bool suStructuredStorage::encryptAndReleaseStream(std::u16string_view key)
 {
-    if (compressionType != 0)
-        return releaseCompressedStream();
+    if (compressionType != 0 || onMemoryFile)
+        return releaseStream(); // what is not a plain stream has nothing to encipher
     if (!archive)
         return false;
     streamReleased = true;
@@ -96,7 +96,6 @@ bool suStructuredStorage::iDecryptStream(IStream& stream, std::u16string_view ke
     for (std::size_t i = 0; i < trailerSize; ++i)
         clear |= std::uint32_t{trailer[i]} << trailerShifts[i];
 
-    onMemoryFile = true;
     source.Seek(0, suFile::Origin::begin);
     std::vector<std::uint8_t> input(blockSize);
     std::vector<std::uint8_t> output(2 * blockSize);
@@ -122,6 +121,7 @@ bool suStructuredStorage::decryptAndAttachStream(const std::u16string& name, std
     if (!storage || !source.openStream(*storage, name, STGM_SHARE_EXCLUSIVE) || !iDecryptStream(*source.getStream(), key))
         return false;
     iBuildArchive(memoryFile, false);
+    onMemoryFile = true;
     archive->m_strFileName = nodeName;
     return true;
 }

@@ -1,12 +1,11 @@
 // The version markers: empty storages in the root whose names end with a number.
 #include "storage/suStructuredStorage.h"
 
+#include "common/decimalNumber.h"
 #include "common/trace.h"
 #include "platform/text/casing.h"
 #include "storage/elements.h"
 #include "storage/versionCache.h"
-
-#include <charconv>
 
 namespace kvdm {
 
@@ -14,19 +13,8 @@ namespace {
 
 constexpr ULONG batchSize = 64;
 constexpr std::size_t fewestElements = 4; // a storage with fewer has no version
-const std::u16string versionPrefix = u"_MO_VERSION_";
-const std::u16string displayListPrefix = u"_DL_VERSION_";
-
-// Base 10, as far as digits go; a text without any is 0.
-int numberOf(std::u16string_view text)
-{
-    std::string digits;
-    for (const char16_t unit : text.substr(0, 24))
-        digits += unit < 0x80 ? static_cast<char>(unit) : '\0';
-    int number = 0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    return number;
-}
+constexpr std::u16string_view versionPrefix = u"_MO_VERSION_";
+constexpr std::u16string_view displayListPrefix = u"_DL_VERSION_";
 
 std::u16string decimal(int number)
 {
@@ -58,7 +46,7 @@ int loadMarker(IStorage& storage, std::u16string_view prefix)
         [&](std::u16string_view name) {
             if (!name.starts_with(prefix))
                 return true;
-            number = numberOf(name.substr(name.rfind(u'_') + 1));
+            number = decimalNumber(name.substr(name.rfind(u'_') + 1));
             return false;
         },
         [&] { return number == 0; });
@@ -118,11 +106,11 @@ bool suStructuredStorage::writeDLVersion(int version)
     return iWriteVersionNode(displayListPrefix, version);
 }
 
-bool suStructuredStorage::iWriteVersionNode(const std::u16string& prefix, int version)
+bool suStructuredStorage::iWriteVersionNode(std::u16string_view prefix, int version)
 {
     if (!rootStorage)
         return true;
-    const std::u16string target = prefix + decimal(version);
+    const std::u16string target = std::u16string(prefix) + decimal(version);
     std::u16string present;
     walkForMarker(
         *rootStorage,
