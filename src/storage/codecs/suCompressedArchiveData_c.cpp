@@ -1,29 +1,21 @@
 #include "storage/codecs/suCompressedArchiveData_c.h"
 
+#include "storage/archive/su_CArchive.h"
+
 #include <algorithm>
 
 namespace kvdm {
 
-namespace {
-
-constexpr std::size_t sizeFieldLength = 4;
-
-} // namespace
-
-suCompressedArchiveData_c::suCompressedArchiveData_c(suArchiveBytes& archive, bool isStoring, int compressionType)
+suCompressedArchiveData_c::suCompressedArchiveData_c(su_CArchive& archive, bool isStoring, int compressionType)
     : suCompressedStream_c(isStoring, compressionType), underlying(archive)
 {
-    std::uint8_t field[sizeFieldLength] = {};
     if (isStoring) {
-        underlying.flushBytes();
-        sizeFieldPosition = underlying.archiveFile().GetPosition();
-        underlying.writeBytes(field, sizeof field);
-        underlying.flushBytes();
+        underlying.Flush();
+        sizeFieldPosition = iFile().GetPosition();
+        underlying << dataSize;
+        underlying.Flush();
     } else {
-        if (underlying.readBytes(field, sizeof field) != sizeof field)
-            throw suArchiveException(suArchiveException::endOfFile);
-        for (std::size_t i = sizeFieldLength; i-- > 0;)
-            dataSize = dataSize << 8 | field[i];
+        underlying >> dataSize;
     }
     iStart();
 }
@@ -33,17 +25,24 @@ suCompressedArchiveData_c::~suCompressedArchiveData_c()
     iEndQuietly();
 }
 
+suFile& suCompressedArchiveData_c::iFile() const
+{
+    if (!underlying.getFile())
+        throw suArchiveException(suArchiveException::generic);
+    return *underlying.getFile();
+}
+
 void suCompressedArchiveData_c::writeCompressed(const std::uint8_t* bytes, std::size_t count)
 {
     if (count > UINT32_MAX - dataSize)
-        throw suFileException(suFileException::generic); // the length field cannot tell it
-    underlying.writeBytes(bytes, count);
+        throw suFileException(suFileException::generic); // more than the length can tell
+    underlying.Write(bytes, count);
     dataSize += static_cast<std::uint32_t>(count);
 }
 
 std::size_t suCompressedArchiveData_c::readCompressed(std::uint8_t* bytes, std::size_t count)
 {
-    const std::size_t got = underlying.readBytes(bytes, std::min<std::size_t>(count, dataSize - dataRead));
+    const std::size_t got = underlying.Read(bytes, std::min<std::size_t>(count, dataSize - dataRead));
     dataRead += static_cast<std::uint32_t>(got);
     return got;
 }
@@ -51,18 +50,16 @@ std::size_t suCompressedArchiveData_c::readCompressed(std::uint8_t* bytes, std::
 void suCompressedArchiveData_c::closeUnderlying()
 {
     if (isStoring) {
-        underlying.flushBytes();
-        std::uint8_t field[sizeFieldLength];
-        for (std::size_t i = 0; i < sizeFieldLength; ++i)
-            field[i] = static_cast<std::uint8_t>(dataSize >> (8 * i));
-        suFile& file = underlying.archiveFile();
-        file.Seek(static_cast<std::int64_t>(sizeFieldPosition), suFile::Origin::begin);
-        file.Write(field, sizeof field);
-        file.Seek(0, suFile::Origin::end);
+        underlying.Flush();
+        iFile().Seek(static_cast<std::int64_t>(sizeFieldPosition), suFile::Origin::begin);
+        underlying << dataSize;
+        underlying.Flush();
+        iFile().Seek(0, suFile::Origin::end);
         return;
     }
     std::uint8_t skipped[2048];
     while (dataRead < dataSize && readCompressed(skipped, sizeof skipped) > 0) {
+        // the rest belongs to the data, wanted or not
     }
 }
 
