@@ -128,7 +128,7 @@ Bytes headerStream(const HeaderSample& sample)
     if (from(1253))
         out.u32(1253);
     if (from(1281))
-        out.u32(1);
+        out.u32(sample.detachedFlag);
     if (from(1286))
         out.u32(sample.createTime);
     if (from(1329))
@@ -137,9 +137,9 @@ Bytes headerStream(const HeaderSample& sample)
     if (from(2138))
         out.u32(2138);
     if (from(2335))
-        out.u32(0x2335);
+        out.u32(sample.modelFlags);
     if (from(2722))
-        out.strings({u"a", u"b"});
+        out.strings(sample.attachments);
     if (from(2957))
         out.u32(2957);
     if (from(3319))

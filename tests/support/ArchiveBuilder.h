@@ -68,6 +68,9 @@ struct HeaderSample
     std::uint32_t lastUpdateStamp = 7;
     std::uint32_t saveTime = 1700000000;
     std::uint32_t createTime = 1500000000;
+    std::uint32_t detachedFlag = 1;
+    std::uint32_t modelFlags = 0x2335;
+    std::vector<std::u16string> attachments{u"a", u"b"};
     int bodyVersion = -1; // the version that the fields down to value1329 follow, when it is another one
 };
 
