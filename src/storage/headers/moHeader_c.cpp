@@ -10,6 +10,8 @@ namespace kvdm {
 
 namespace {
 
+constexpr std::u16string_view overrideMark = u"KESTROVANE_INTERNAL_";
+
 // A decimal number as the C library reads it: blanks, a sign, digits up to the first other character; too large a number
 // becomes the nearest that there is.
 int decimalOf(std::u16string_view text)
@@ -95,6 +97,8 @@ void moHeader_c::iStore(su_CArchive& archive, dmSerializeContext& context)
 {
     if (!(context.flags & dmSerializeContext::skipTimeCorrection))
         iCorrectSaveTime();
+    while (iEndsWithOverride()) // a second one behind the one that was read would rule this stream, which follows none
+        historyStrings->elements.pop_back();
     archive.WriteObject(historyStrings);
     archive.WriteObject(auxStrings);
     archive.WriteObject(logs);
@@ -135,24 +139,25 @@ void moHeader_c::iStore(su_CArchive& archive, dmSerializeContext& context)
         writeTime(archive, classChangeTime);
 }
 
+bool moHeader_c::iEndsWithOverride() const
+{
+    return historyStrings && historyStrings->elements.size() >= 2 && historyStrings->elements.back().find(overrideMark) != std::u16string::npos;
+}
+
 // A document that a newer program saved in an older form says so in the last history string, which is then no history.
 std::optional<int> moHeader_c::iTakeVersionOverride()
 {
-    constexpr std::u16string_view mark = u"KESTROVANE_INTERNAL_";
-    if (!historyStrings || historyStrings->elements.size() < 2)
+    if (!iEndsWithOverride())
         return std::nullopt;
-    std::u16string text = historyStrings->elements.back();
-    std::size_t at = text.find(mark);
-    if (at == std::u16string::npos)
-        return std::nullopt;
+    const std::u16string text = std::move(historyStrings->elements.back());
+    historyStrings->elements.pop_back();
     std::u16string rest;
     std::size_t copied = 0;
-    for (; at != std::u16string::npos; at = text.find(mark, copied)) {
+    for (std::size_t at = text.find(overrideMark); at != std::u16string::npos; at = text.find(overrideMark, copied)) {
         rest.append(text, copied, at - copied);
-        copied = at + mark.size();
+        copied = at + overrideMark.size();
     }
     rest.append(text, copied, std::u16string::npos);
-    historyStrings->elements.pop_back();
     return decimalOf(rest);
 }
 

@@ -50,6 +50,7 @@ public:
 private:
     void iLoad(su_CArchive& archive, dmSerializeContext& context);
     void iStore(su_CArchive& archive, dmSerializeContext& context);
+    bool iEndsWithOverride() const;
     std::optional<int> iTakeVersionOverride();
     void iCleanUpLogs();
     void iCorrectSaveTime();

@@ -29,9 +29,11 @@ TEST(DocumentHeader, AnOverrideInTheHistoryRulesTheFieldsDownToItem13)
         EXPECT_EQ(header->historyStrings->elements, history);
         EXPECT_EQ(header->value1329, 1329u);
     }
-    // What was read under an override is stored in the form of the document.
+    // What was read under an override is stored in the form of the document, and no entry is left that says otherwise.
     const auto header = readObject<moHeader_c>(
-        headerStream({.version = 3100, .history = {u"Created", u"Saved", u"KESTROVANE_INTERNAL_3000"}, .bodyVersion = 3000}), 3100);
+        headerStream(
+            {.version = 3100, .history = {u"Created", u"Saved", u"KESTROVANE_INTERNAL_1200", u"KESTROVANE_INTERNAL_3000"}, .bodyVersion = 3000}),
+        3100);
     EXPECT_EQ(storeObject(*header, 3100), headerStream({.version = 3100}));
 }
 
