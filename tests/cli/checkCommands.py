@@ -3,8 +3,8 @@
     python3 checkCommands.py [--update] KVDM CORPUS [SESSION...]
 
 A session is a text: "$ command" lines with, below each, its standard output, its standard error behind "! ", and "= N" when it ends with another
-code than 0. Lines of "# " are kept. Each session starts in a fresh copy of the corpus, so it may change files. --update records anew: read the
-difference before it is committed.
+code than 0. Lines of "# " are kept; a blank line parts the commands. Each session starts in a fresh copy of the corpus, so it may change files.
+--update records anew: read the difference before it is committed.
 """
 
 import argparse
@@ -29,7 +29,7 @@ class Shell:
         self.folder = folder
         names = ("HOME", "TMPDIR", "ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS")
         self.environment = {name: os.environ[name] for name in names if name in os.environ}
-        self.environment.update(PATH="%s:/usr/local/bin:/usr/bin:/bin" % kvdm.parent, LC_ALL="en_US.UTF-8", TZ="UTC", TERM="xterm")
+        self.environment.update(PATH="%s:/usr/local/bin:/usr/bin:/bin" % kvdm.parent, LANG="en_US.UTF-8", TZ="UTC", TERM="xterm")
 
     def run(self, command):
         """What the command prints, in the form of a session."""
@@ -46,12 +46,13 @@ def replay(shell, recorded):
     """The session as it goes today."""
     lines = []
     for line in recorded:
-        if line.startswith("# ") or not line and (not lines or lines[-1] == ""):
-            lines.append(line)
-        elif line.startswith("$ "):
-            if lines and lines[-1] != "" and not lines[-1].startswith("# "):
-                lines.append("")
-            lines += [line, *shell.run(line[2:])]
+        if not line.startswith(("# ", "$ ")):
+            continue
+        if lines and not lines[-1].startswith("# "):
+            lines.append("")
+        lines.append(line)
+        if line.startswith("$ "):
+            lines += shell.run(line[2:])
     return lines
 
 

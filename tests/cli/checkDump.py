@@ -74,8 +74,11 @@ def judge(options, document, line):
     expected = json.loads((options.folder / document["expected"]).read_text(encoding="utf-8"))
     actual["fullName"] = str(actual.get("fullName")).rsplit("/", 1)[-1]  # expected texts name no folder
     ignored = set(document.get("ignore", []))
-    keys = [key for key in JUDGED_KEYS if (key in expected or key in actual) and key not in ignored]
-    return problems + list(differences({key: expected[key] for key in keys if key in expected}, {key: actual[key] for key in keys if key in actual}, ""))
+
+    def judged(answers):
+        return {key: value for key, value in answers.items() if key in JUDGED_KEYS and key not in ignored}
+
+    return problems + list(differences(judged(expected), judged(actual), ""))
 
 
 def check(options, documents):
