@@ -4,18 +4,14 @@
 #include "support/documents.h"
 #include "support/engine.h"
 #include "support/judgement.h"
+#include "support/processes.h"
 #ifdef KVDM_HAVE_GSF
 #include "support/gsfPeer.h"
 #endif
 
 #include <benchmark/benchmark.h>
 
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdio>
-#include <fcntl.h>
 
 namespace {
 
@@ -27,22 +23,6 @@ constexpr std::uint64_t scatteredSize = 32ull << 20;
 constexpr std::size_t block = 128 << 10;
 constexpr double mostOverCat = 1.5;
 constexpr double leastLeadOverGsf = 1;
-
-void cat(const std::string& path)
-{
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    std::string name = "cat";
-    std::string argument = path;
-    char* arguments[] = {name.data(), argument.data(), nullptr};
-    pid_t child = 0;
-    int status = 1;
-    const int failure = posix_spawnp(&child, "cat", &actions, nullptr, arguments, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (failure != 0 || waitpid(child, &status, 0) != child || status != 0)
-        throw std::runtime_error("cat fails");
-}
 
 void registerRead(const std::string& name, const std::string& path, std::uint64_t size)
 {
@@ -91,7 +71,7 @@ try {
     benchmark::RegisterBenchmark("cat",
                                  [&](benchmark::State& state) {
                                      for (auto _ : state)
-                                         cat(plain);
+                                         runProgram({"cat", plain});
                                      state.SetBytesProcessed(static_cast<std::int64_t>(streamSize) * state.iterations());
                                  })
         ->UseRealTime()

@@ -1,5 +1,6 @@
 #include "support/engine.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -8,11 +9,20 @@ namespace kvdm::bench::engine {
 namespace {
 
 constexpr DWORD readExclusive = STGM_READ | STGM_SHARE_EXCLUSIVE;
+constexpr DWORD writeExclusive = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
 
 void require(HRESULT status, const char* what)
 {
     if (FAILED(status))
         throw std::runtime_error(std::string(what) + " failed");
+}
+
+ComPtr<IStorage> create(const std::string& path)
+{
+    ComPtr<IStorage> storage;
+    const OwnedBstr name(fromUtf8(path, IllFormed::keep));
+    require(StgCreateDocfile(name.get(), STGM_CREATE | STGM_TRANSACTED | writeExclusive, 0, storage.put()), "StgCreateDocfile");
+    return storage;
 }
 
 } // namespace
@@ -53,6 +63,39 @@ std::uint64_t readEveryStream(IStorage& storage)
         require(input->Read(buffer.data(), static_cast<ULONG>(buffer.size()), &read), "Read");
         total += read;
     }
+    return total;
+}
+
+void writeByBlocks(const std::string& path, const char16_t* stream, std::uint64_t size, std::size_t block)
+{
+    const ComPtr<IStorage> storage = create(path);
+    ComPtr<IStream> output;
+    require(storage->CreateStream(stream, writeExclusive, 0, 0, output.put()), "CreateStream");
+    const std::vector<std::uint8_t> buffer(block, 'Z');
+    for (std::uint64_t left = size; left > 0;) {
+        const ULONG count = static_cast<ULONG>(std::min<std::uint64_t>(left, block));
+        require(output->Write(buffer.data(), count, nullptr), "Write");
+        left -= count;
+    }
+    output.reset();
+    require(storage->Commit(STGC_DEFAULT), "Commit");
+}
+
+std::uint64_t writeManyStreams(const std::string& path, std::size_t count)
+{
+    const ComPtr<IStorage> storage = create(path);
+    const std::vector<std::uint8_t> buffer(1000, 'Z');
+    std::uint64_t total = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string digits = std::to_string(i * 7919 % count);
+        const std::u16string name = u"Config-" + std::u16string(digits.begin(), digits.end());
+        const ULONG size = static_cast<ULONG>(20 + i % 900);
+        ComPtr<IStream> output;
+        require(storage->CreateStream(name.c_str(), writeExclusive, 0, 0, output.put()), "CreateStream");
+        require(output->Write(buffer.data(), size, nullptr), "Write");
+        total += size;
+    }
+    require(storage->Commit(STGC_DEFAULT), "Commit");
     return total;
 }
 

@@ -45,6 +45,21 @@ std::size_t readWhole(GsfInput& stream)
     return size;
 }
 
+struct NewFile
+{
+    explicit NewFile(const std::string& path)
+        : output(require(gsf_output_stdio_new(path.c_str(), nullptr), path)), outfile(require(gsf_outfile_msole_new(output.get()), path))
+    {}
+    Owned<GsfOutput> output;
+    Owned<GsfOutfile> outfile;
+};
+
+void close(GsfOutput* output)
+{
+    if (!gsf_output_close(output))
+        throw std::runtime_error("libgsf: a file is not closed");
+}
+
 } // namespace
 
 void initialise()
@@ -107,6 +122,37 @@ std::uint64_t readEveryStream(const std::string& path)
     for (int i = 0; i < children; ++i)
         total += readWhole(*require(gsf_infile_child_by_index(file.infile.get(), i), "a child"));
     return total;
+}
+
+void writeByBlocks(const std::string& path, const char* stream, std::uint64_t size, std::size_t block)
+{
+    const NewFile file(path);
+    const Owned<GsfOutput> output = require(gsf_outfile_new_child(file.outfile.get(), stream, FALSE), stream);
+    const std::vector<guint8> buffer(block, 'Z');
+    for (std::uint64_t left = size; left > 0;) {
+        const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(left, block));
+        if (!gsf_output_write(output.get(), count, buffer.data()))
+            throw std::runtime_error("libgsf: the stream is not written");
+        left -= count;
+    }
+    close(output.get());
+    close(GSF_OUTPUT(file.outfile.get()));
+    close(file.output.get());
+}
+
+void writeManyStreams(const std::string& path, std::size_t count)
+{
+    const NewFile file(path);
+    const std::vector<guint8> buffer(1000, 'Z');
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::string name = "Config-" + std::to_string(i * 7919 % count);
+        const Owned<GsfOutput> output = require(gsf_outfile_new_child(file.outfile.get(), name.c_str(), FALSE), name);
+        if (!gsf_output_write(output.get(), 20 + i % 900, buffer.data()))
+            throw std::runtime_error("libgsf: a stream is not written");
+        close(output.get());
+    }
+    close(GSF_OUTPUT(file.outfile.get()));
+    close(file.output.get());
 }
 
 } // namespace kvdm::bench::gsf

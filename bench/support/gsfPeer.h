@@ -29,4 +29,10 @@ std::uint64_t readByBlocks(const std::string& path, const char* stream, std::siz
 // Lists the root and reads every stream in it; the bytes read.
 std::uint64_t readEveryStream(const std::string& path);
 
+// A new file with one stream of that size, written by blocks.
+void writeByBlocks(const std::string& path, const char* stream, std::uint64_t size, std::size_t block);
+
+// A new file with so many streams, of the names and sizes that the engine's peer function writes.
+void writeManyStreams(const std::string& path, std::size_t count);
+
 } // namespace kvdm::bench::gsf
