@@ -1,10 +1,12 @@
 #include "properties/suDocumentProperties_c.h"
 
-#include "common/exceptions.h"
 #include "memoryStorage.h"
-#include "platform/text/datetime.h"
+#include "properties/suOlePropertyHelper.h"
 #include "properties/suSummaryInformation_c.h"
 #include "propertyBytes.h"
+#include "storage/archive/su_CArchive.h"
+#include "storage/archive/suMemoryFile.h"
+#include "support/ArchiveBuilder.h"
 
 #include <gtest/gtest.h>
 
@@ -86,7 +88,6 @@ TEST(LinkLists, AreWrittenByteForByte)
     const Texts shorter = {u"one"};
     t.document.SetLinkLists(savedLinks, &shorter);
     EXPECT_EQ(t.bytesOf(t.property(true, u"_PID_HLINKS")), wantedBlob) << "lists of different lengths are not taken";
-
     t.document.SetLinkLists({u"C:\\a.txt"}, nullptr);
     EXPECT_EQ(t.bytesOf(t.property(true, u"_PID_HLINKS")), t.bytesOf(t.property(false, u"_PID_HLINKS")));
     EXPECT_EQ(t.bytesOf(t.changedFlag()), flagValue(false));
@@ -106,18 +107,13 @@ TEST(LinkLists, DamageEndsTheListAndNothingElse)
 {
     const std::string item = le32(3) + le32(0);
     const std::string text = le32(31) + le32(2) + std::string("a\0\0\0", 4);
-    const struct
-    {
-        std::string items;
-        std::size_t count;
-        Texts links;
-    } cases[] = {{"", 0, {}},
-                 {text + text + text + text, 2, {u"a", u"a"}},
-                 {le32(0) + item + text, 1, {u"a"}},
-                 {text + le32(77) + item, 0, {u"a"}},
-                 {text + text + le32(31) + le32(0x80000001) + "xx", 1, {u"a"}},
-                 {text + le32(31) + std::string("\0\0", 2), 1, {u"a"}},
-                 {le32(31) + le32(1) + "ab", 1, {u"\u6261"}}};
+    const std::tuple<std::string, std::size_t, Texts> cases[] = {{"", 0, {}},
+                                                                 {text + text + text + text, 2, {u"a", u"a"}},
+                                                                 {le32(0) + item + text, 1, {u"a"}},
+                                                                 {text + le32(77) + item, 0, {u"a"}},
+                                                                 {text + text + le32(31) + le32(0x80000001) + "xx", 1, {u"a"}},
+                                                                 {text + le32(31) + std::string("\0\0", 2), 1, {u"a"}},
+                                                                 {le32(31) + le32(1) + "ab", 1, {u"\u6261"}}};
     for (const auto& [items, count, links] : cases) {
         const std::string blob = le32(65) + padded(le32(static_cast<std::uint32_t>(items.size() + 4)) + le32(0xFFFFFFFF) + items);
         DocumentUnderTest t(linkStream(blob), linkStream(blob));
@@ -125,10 +121,9 @@ TEST(LinkLists, DamageEndsTheListAndNothingElse)
         EXPECT_EQ(t.document.getStore(false).GetLinkList(got), count);
         EXPECT_EQ(got, links);
     }
-    DocumentUnderTest text1(linkStream(textValue("no list")), linkStream(le32(65) + le32(0)));
+    DocumentUnderTest none(linkStream(textValue("no list")), linkStream(le32(65) + le32(0)));
     Texts got;
-    EXPECT_EQ(text1.document.getStore(true).GetLinkList(got), 0u);
-    EXPECT_EQ(text1.document.getStore(false).GetLinkList(got), 0u);
+    EXPECT_EQ(none.document.getStore(true).GetLinkList(got) + none.document.getStore(false).GetLinkList(got), 0u);
 }
 
 TEST(LinkLists, RenamedFilesAreReplacedWhereTheyWereSaved)
@@ -162,9 +157,9 @@ TEST(DocumentProperties, EachStoreHasItsStream)
 }
 
 // The fields that another writer stored.
-std::string summaryBytes(std::uint16_t codePage = 1252)
+std::string summaryBytes()
 {
-    return rawSet(summaryGuid, {{summaryGuid, rawSection({{1, shortValue(codePage)},
+    return rawSet(summaryGuid, {{summaryGuid, rawSection({{1, shortValue(1252)},
                                                           {2, textValue("Ma\xDF")},
                                                           {5, textValue("one; two;;three")},
                                                           {8, textValue("somebody")},
@@ -224,17 +219,6 @@ TEST(SummaryInformation, FieldsAreTextsAndTheDatesLongOnes)
     EXPECT_NE(again.getField(SummaryField::lastSavedBy), u"somebody");
 }
 
-TEST(SummaryInformation, ItsCodePageCountsFrom3321)
-{
-    for (const auto& [version, title] : {std::pair(3320, u"Ma\u00DF"), std::pair(3321, u"Ma\uFFFD")}) {
-        const auto storage = makeObject<MemoryStorage>();
-        storage->add(summaryName, summaryBytes(65001));
-        suSummaryInformation_c summary;
-        EXPECT_TRUE(summary.Read(*storage, version));
-        EXPECT_EQ(summary.getField(SummaryField::title), title) << version;
-    }
-}
-
 TEST(SummaryInformation, WhatDidNotReadWholeIsNotStampedOver)
 {
     const std::string broken = summaryBytes().substr(0, 100);
@@ -252,14 +236,23 @@ TEST(SummaryInformation, WhatDidNotReadWholeIsNotStampedOver)
     EXPECT_TRUE(again.Read(*storage, 3700));
     EXPECT_EQ(again.getField(SummaryField::title), u"new");
     EXPECT_FALSE(again.getField(SummaryField::lastSavedDate).empty());
+}
 
-    const auto denied = makeObject<MemoryStorage>();
-    denied->add(summaryName, broken).behaviour.openStatus = STG_E_ACCESSDENIED;
-    suSummaryInformation_c unread;
-    unread.Read(*denied, 3700);
-    unread.stampSave();
-    EXPECT_TRUE(unread.Write(*denied));
-    EXPECT_EQ(denied->bytesOf(summaryName), broken);
+TEST(PropertyHelper, IsATextAndANumberInObjectStreams)
+{
+    ArchiveBuilder expected;
+    expected.object("suOlePropertyHelper").text(u"Gr\u00F6\u00DFe").u32(77);
+    registerPropertyClasses();
+    suMemoryFile file(expected.bytes);
+    su_CArchive loading(&file, su_CArchive::load | su_CArchive::noFlushOnDelete);
+    const auto read = loading.ReadObjectOf<suOlePropertyHelper>();
+    EXPECT_EQ(read->name, u"Gr\u00F6\u00DFe");
+    EXPECT_EQ(read->value, 77u);
+    suMemoryFile target;
+    su_CArchive storing(&target, su_CArchive::store);
+    storing.WriteObject(read);
+    storing.Flush();
+    EXPECT_EQ(target.content(), expected.bytes);
 }
 
 } // namespace
