@@ -1,5 +1,6 @@
 // Dates and texts follow the user's locale and time zone: every test runs for an American user in UTC, whoever starts it and however.
 #include <cstdlib>
+#include <initializer_list>
 
 namespace {
 
