@@ -68,6 +68,7 @@ ConversionFile::~ConversionFile()
 {
     file.reset();
     deleteFile(filePath);
+    removeConversionFolder(); // when this was the last file
 }
 
 std::size_t ConversionFile::read(void* buffer, std::size_t count)
