@@ -82,6 +82,7 @@ public:
     explicit CompoundFileBuilder(const Options& options) : choices(options) {}
 
     BuilderNode& root() { return rootNode; }
+    const BuilderNode& root() const { return rootNode; }
 
     Bytes build() const;
     bool write(const std::string& path) const; // false when the file cannot be written

@@ -1,0 +1,102 @@
+#include "platform/compoundfile/allocationTable.h"
+
+#include "common/exceptions.h"
+
+#include <algorithm>
+#include <array>
+
+namespace kvdm {
+
+void AllocationTable::start(const CompoundHeader& header) noexcept
+{
+    bytesPerSector = header.sectorBytes();
+    places.clear();
+    difat.clear();
+    // The count of the header is not asked: files whose count is wrong are many, and a free slot ends the list anyway.
+    const auto end = std::find(header.fat.begin(), header.fat.end(), freeSector);
+    places.assign(header.fat.begin(), end);
+    nextDifat = end == header.fat.end() ? header.difatStart : endOfChain;
+}
+
+void AllocationTable::adopt(const CompoundHeader& header, std::vector<std::uint32_t> newPlaces, std::vector<std::uint32_t> newDifat) noexcept
+{
+    bytesPerSector = header.sectorBytes();
+    places = std::move(newPlaces);
+    difat = std::move(newDifat);
+    nextDifat = endOfChain;
+}
+
+std::uint32_t AllocationTable::sectorCount() const noexcept
+{
+    const std::uint64_t size = file.size();
+    if (size <= bytesPerSector)
+        return 0;
+    const std::uint64_t count = (size - 1) / bytesPerSector; // the header takes one
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, std::uint64_t{largestSector} + 1));
+}
+
+// The index never grows past what the sectors of the file need, so a chain of it that runs in a circle ends.
+bool AllocationTable::iReadDifat()
+{
+    const std::uint64_t needed = (std::uint64_t{sectorCount()} + linksPerSector() - 1) / linksPerSector();
+    if (nextDifat > largestSector || nextDifat >= sectorCount() || places.size() >= needed)
+        return false;
+    std::array<std::uint8_t, 4096> sector;
+    if (file.readFresh(offsetOf(nextDifat), sector.data(), bytesPerSector) < bytesPerSector)
+        return false;
+    difat.push_back(nextDifat);
+    const std::uint32_t slots = linksPerSector() - 1;
+    nextDifat = readLe32(sector.data() + 4 * slots);
+    for (std::uint32_t i = 0; i < slots; ++i) {
+        const std::uint32_t place = readLe32(sector.data() + 4 * i);
+        if (place == freeSector) {
+            nextDifat = endOfChain;
+            break;
+        }
+        places.push_back(place);
+    }
+    return true;
+}
+
+std::uint32_t AllocationTable::iPlace(std::uint32_t tableSector)
+{
+    while (tableSector >= places.size()) {
+        if (!iReadDifat())
+            throw suOleException(STG_E_DOCFILECORRUPT);
+    }
+    return places[tableSector];
+}
+
+const std::uint8_t* AllocationTable::links(std::uint32_t tableSector)
+{
+    const std::uint32_t place = iPlace(tableSector);
+    if (place >= sectorCount())
+        throw suOleException(STG_E_DOCFILECORRUPT);
+    return file.view(offsetOf(place), bytesPerSector);
+}
+
+std::uint32_t AllocationTable::next(std::uint32_t sector)
+{
+    const std::uint32_t perSector = linksPerSector();
+    return readLe32(links(sector / perSector) + 4 * (sector % perSector));
+}
+
+const std::vector<std::uint32_t>& AllocationTable::allPlaces()
+{
+    while (iReadDifat()) {
+    }
+    return places;
+}
+
+const std::vector<std::uint32_t>& AllocationTable::difatPlaces()
+{
+    allPlaces();
+    return difat;
+}
+
+std::uint32_t AllocationTable::tableSectors()
+{
+    return static_cast<std::uint32_t>(allPlaces().size());
+}
+
+} // namespace kvdm

@@ -1,0 +1,60 @@
+// The bytes under a compound file: an ILockBytes, perhaps a stranger's, read by position through a small cache.
+#pragma once
+
+#include <kvdocmgr/comptr.h>
+#include <kvdocmgr/oletypes.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace kvdm {
+
+// Reads that are answered short are repeated until the bytes are there or the end is reached; statuses of the byte array pass
+// through as exceptions (suOleException). The cache holds 1 MiB at most and serves the small pieces that tables, directories
+// and small streams are made of; large reads and all writes go straight through.
+class BlockFile
+{
+public:
+    static constexpr std::size_t blockBytes = 4096;
+
+    explicit BlockFile(ComPtr<ILockBytes> lockBytes);
+
+    // Asks the byte array for its size; an array that cannot tell is measured by reading. Throws.
+    void measure();
+    std::uint64_t size() const noexcept { return byteCount; }
+
+    // Copies what is there; fewer than asked only at the end.
+    std::size_t read(std::uint64_t offset, void* buffer, std::size_t count);
+    // The same without the cache, for bytes that another process may have changed.
+    std::size_t readFresh(std::uint64_t offset, void* buffer, std::size_t count);
+    // Bytes inside one block, good until the next call; what lies behind the end reads as zeros. Throws STG_E_DOCFILECORRUPT
+    // when not even the first of them is there.
+    const std::uint8_t* view(std::uint64_t offset, std::size_t count);
+
+    void write(std::uint64_t offset, const void* bytes, std::size_t count);
+    void flush();
+    void setSize(std::uint64_t bytes);
+    void forget() noexcept; // drops what is cached
+
+    ILockBytes& lockBytes() const noexcept { return *bytes; }
+
+private:
+    static constexpr std::size_t sets = 64, ways = 4;
+    struct Block
+    {
+        std::uint64_t index = ~std::uint64_t{0};
+        std::size_t filled = 0;
+        std::unique_ptr<std::uint8_t[]> data;
+    };
+
+    Block& iBlock(std::uint64_t index);
+
+    ComPtr<ILockBytes> bytes;
+    std::uint64_t byteCount = 0;
+    std::array<std::array<Block, ways>, sets> cache;
+    std::array<std::uint8_t, sets> nextWay{};
+};
+
+} // namespace kvdm
