@@ -102,12 +102,11 @@ std::optional<std::u16string> Document::text(HRESULT (IKvDMDocument::*get)(BSTR*
     return std::u16string(value.view());
 }
 
-std::vector<Property> Document::customProperties() const
+namespace {
+
+std::vector<Property> propertiesOf(const OwnedVariant& names, const OwnedVariant& types, const OwnedVariant& linkedTo, const OwnedVariant& values)
 {
-    OwnedVariant names, types, linkedTo, values;
     std::vector<Property> all;
-    if (FAILED(chain->GetAllCustomPropertyNamesAndValues(names.put(), types.put(), linkedTo.put(), values.put())))
-        return all;
     const auto nameTexts = texts(names.get());
     const auto typeNumbers = numbers(types.get());
     const auto linkTexts = texts(linkedTo.get());
@@ -115,6 +114,38 @@ std::vector<Property> Document::customProperties() const
     for (std::size_t i = 0; i < nameTexts.size(); ++i)
         all.push_back({nameTexts[i], typeNumbers.at(i), linkTexts.at(i), valueTexts.at(i)});
     return all;
+}
+
+} // namespace
+
+std::vector<Property> Document::customProperties() const
+{
+    OwnedVariant names, types, linkedTo, values;
+    if (FAILED(chain->GetAllCustomPropertyNamesAndValues(names.put(), types.put(), linkedTo.put(), values.put())))
+        return {};
+    return propertiesOf(names, types, linkedTo, values);
+}
+
+std::vector<Property> customProperties(IKvDMConfiguration9& configuration)
+{
+    OwnedVariant names, types, linkedTo, values;
+    if (FAILED(configuration.GetAllCustomPropertyNamesAndValues(names.put(), types.put(), linkedTo.put(), values.put())))
+        return {};
+    return propertiesOf(names, types, linkedTo, values);
+}
+
+std::vector<ComPtr<IKvDMConfiguration9>> configurations(IKvDMConfigurationMgr& manager)
+{
+    std::vector<ComPtr<IKvDMConfiguration9>> found;
+    OwnedVariant names;
+    if (FAILED(manager.GetConfigurationNames(names.put())))
+        return found;
+    for (const std::u16string& name : texts(names.get())) {
+        ComPtr<IKvDMConfiguration> configuration;
+        if (SUCCEEDED(manager.GetConfigurationByName(OwnedBstr(name).get(), configuration.put())))
+            found.push_back(queryFor<IKvDMConfiguration9>(*configuration, IID_IKvDMConfiguration9));
+    }
+    return found;
 }
 
 std::vector<Property> Document::invisibleProperties() const
@@ -157,6 +188,13 @@ std::vector<LONG> numbers(const VARIANT& variant)
 {
     std::vector<LONG> result;
     eachElement<LONG>(variant, VT_I4, [&](LONG number) { result.push_back(number); });
+    return result;
+}
+
+std::vector<double> reals(const VARIANT& variant)
+{
+    std::vector<double> result;
+    eachElement<double>(variant, VT_R8, [&](double number) { result.push_back(number); });
     return result;
 }
 

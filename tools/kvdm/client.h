@@ -53,9 +53,14 @@ private:
 
 ComPtr<IKvDMApplication> makeApplication();
 
+// The configurations in list order; one that cannot be had by its name is left out.
+std::vector<ComPtr<IKvDMConfiguration9>> configurations(IKvDMConfigurationMgr& manager);
+std::vector<Property> customProperties(IKvDMConfiguration9& configuration);
+
 // The texts and numbers of a one-dimensional array in a variant; an empty variant has none.
 std::vector<std::u16string> texts(const VARIANT& variant);
 std::vector<LONG> numbers(const VARIANT& variant);
+std::vector<double> reals(const VARIANT& variant);
 
 // "text", "date", "number", "yes-no", or the number of a type that has no name.
 std::string typeName(LONG type);

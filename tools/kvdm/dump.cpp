@@ -84,6 +84,56 @@ Json jsonSummary(const Document& document)
             {"lastSavedDate", jsonOptional(document.text(&IKvDMDocument::get_LastSavedDate))}};
 }
 
+// The name of a stream; null when the call fails.
+Json jsonStreamName(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(BSTR*))
+{
+    OwnedBstr name;
+    return FAILED((configuration.*get)(name.put())) ? Json() : jsonText(name.view());
+}
+
+Json jsonConfigurationText(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(BSTR*))
+{
+    return jsonStreamName(configuration, get);
+}
+
+Json jsonConfigurationNumber(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(LONG*))
+{
+    LONG number = 0;
+    return FAILED((configuration.*get)(&number)) ? Json() : Json(number);
+}
+
+Json jsonMassProperties(IKvDMConfiguration9& configuration)
+{
+    KvDmMassPropError error = kvDmMassPropErrorUnknown;
+    OwnedVariant figures;
+    configuration.GetMassProperties(&error, figures.put());
+    Json values = Json::array();
+    if (error == kvDmMassPropErrorNone)
+        for (const double figure : reals(figures.get()))
+            values.push_back(figure);
+    return {{"error", static_cast<LONG>(error)}, {"values", std::move(values)}};
+}
+
+Json jsonConfiguration(IKvDMConfiguration9& configuration)
+{
+    return {{"name", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_Name)},
+            {"streamName", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_StreamName)},
+            {"description", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_Description)},
+            {"comment", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_Comment)},
+            {"alternateName", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_AlternateName)},
+            {"parent", jsonConfigurationText(configuration, &IKvDMConfiguration9::GetParentConfigurationName)},
+            {"lastUpdateStamp", jsonConfigurationNumber(configuration, &IKvDMConfiguration9::GetLastUpdateStamp)},
+            {"customProperties", jsonProperties(customProperties(configuration))},
+            {"massProperties", jsonMassProperties(configuration)},
+            {"previewStreamName", jsonStreamName(configuration, &IKvDMConfiguration9::get_PreviewStreamName)},
+            {"previewPNGStreamName", jsonStreamName(configuration, &IKvDMConfiguration9::get_PreviewPNGStreamName)},
+            {"partitionStreamName", jsonStreamName(configuration, &IKvDMConfiguration9::get_PartitionStreamName)},
+            {"bodiesCount", jsonConfigurationNumber(configuration, &IKvDMConfiguration9::GetBodiesCount)},
+            {"importedBodiesCount", jsonConfigurationNumber(configuration, &IKvDMConfiguration9::GetImportedBodiesCount)},
+            {"components", Json::array()},
+            {"references", Json::array()}};
+}
+
 Json jsonConfigurations(const Document& document)
 {
     Json result = {{"count", Json()}, {"active", Json()}, {"items", Json::array()}};
@@ -96,6 +146,8 @@ Json jsonConfigurations(const Document& document)
     OwnedBstr active;
     if (SUCCEEDED(manager->GetActiveConfigurationName(active.put())))
         result["active"] = jsonText(active.view());
+    for (const auto& configuration : configurations(*manager))
+        result["items"].push_back(jsonConfiguration(*configuration));
     return result;
 }
 
