@@ -118,18 +118,6 @@ TEST(Archive, RefusesTheWrongDirectionAndAFileThatIsGone)
     EXPECT_EQ(causeOf([&] { in.archive.read<std::uint8_t>(); }), suArchiveException::generic);
 }
 
-TEST(Archive, ExceptionsNameTheFile)
-{
-    TricklingFile file(1);
-    su_CArchive archive(&file, su_CArchive::load);
-    try {
-        archive.read<std::uint32_t>();
-        FAIL();
-    } catch (const suArchiveException& failure) {
-        EXPECT_EQ(failure.fileName, u"trickle.kvdprt");
-    }
-}
-
 TEST(Archive, CountsTakeSixteenBitsBelow65535)
 {
     const std::pair<std::uint32_t, std::size_t> cases[] = {{0, 2}, {65534, 2}, {65535, 6}, {0xFFFFFFFF, 6}};
@@ -196,7 +184,13 @@ TEST(Archive, LengthsAreNotBelievedWhenTheFileDoesNotKnowItsOwn)
     TricklingFile file(100000);
     su_CArchive archive(&file, su_CArchive::load);
     std::vector<std::uint32_t> values;
-    EXPECT_EQ(causeOf([&] { archive.readValues(values, 0xFFFFFFFF); }), suArchiveException::endOfFile);
+    try {
+        archive.readValues(values, 0xFFFFFFFF);
+        FAIL();
+    } catch (const suArchiveException& failure) {
+        EXPECT_EQ(failure.cause, suArchiveException::endOfFile);
+        EXPECT_EQ(failure.fileName, u"trickle.kvdprt");
+    }
     EXPECT_LE(values.capacity() * sizeof(std::uint32_t), 1u << 20);
     TricklingFile enough(400000);
     su_CArchive second(&enough, su_CArchive::load);

@@ -2,7 +2,6 @@
 #include "headerTools.h"
 
 #include "storage/headers/moLogs_c.h"
-#include "storage/headers/moReferencedConfiguration_c.h"
 
 #include <set>
 
@@ -134,29 +133,6 @@ TEST(HeaderLayout, ConfigurationsHaveTheirFieldsFromTheirVersionsOn)
         }
         EXPECT_EQ(storeObject(*header, version), configMgrHeaderStream(version)) << version;
     }
-}
-
-TEST(HeaderLayout, ReferencedConfigurationIsANameAndANumber)
-{
-    ArchiveBuilder bytes;
-    bytes.object("moReferencedConfiguration_c").textUtf16(u"Default").u32(3);
-    const auto read = readObject<moReferencedConfiguration_c>(bytes.bytes, 3800);
-    EXPECT_EQ(read->name, u"Default");
-    EXPECT_EQ(read->value, 3);
-    EXPECT_EQ(storeObject(*read, 3800), bytes.bytes);
-}
-
-TEST(HeaderLayout, PlatformNamesOfCollectionsAreRead)
-{
-    Bytes bytes = headerStream({});
-    std::string text(bytes.begin(), bytes.end());
-    text.replace(text.find("\x0f\0su_CStringArray", 0, 17), 17, std::string("\x0c\0CStringArray", 14));
-    text.replace(text.find("\x08\0suObList", 0, 10), 10, std::string("\x07\0CObList", 9));
-    const auto header = readObject<moHeader_c>(Bytes(text.begin(), text.end()), 3800);
-    EXPECT_EQ(header->auxStrings->elements, std::vector<std::u16string>{u"aux"});
-    EXPECT_EQ(header->classChangeTime, 1650000000);
-    const Bytes stored = storeObject(*header, 3800);
-    EXPECT_NE(std::string(stored.begin(), stored.end()).find("su_CObList"), std::string::npos);
 }
 
 TEST(HeaderLayout, WithoutAContextSerializingIsAFileException)
