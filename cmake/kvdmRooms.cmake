@@ -4,6 +4,9 @@ add_library(kvdm_options INTERFACE)
 target_compile_features(kvdm_options INTERFACE cxx_std_20)
 target_compile_options(kvdm_options INTERFACE -Wall -Wextra -Wno-non-virtual-dtor $<$<BOOL:${KVDM_WERROR}>:-Werror>
                        -fvisibility=hidden -fvisibility-inlines-hidden)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  target_compile_options(kvdm_options INTERFACE -Wno-restrict) # says of plain std::string assignments that they overlap
+endif()
 target_include_directories(kvdm_options INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/include)
 if(KVDM_SANITIZE)
   target_compile_options(kvdm_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)

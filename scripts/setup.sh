@@ -3,7 +3,8 @@
 
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-buildPackages=(g++ cmake ninja-build ccache pkg-config zlib1g-dev libicu-dev libcli11-dev nlohmann-json3-dev libfmt-dev libgtest-dev python3)
+buildPackages=(g++ cmake ninja-build ccache pkg-config python3 zlib1g-dev libicu-dev libpng-dev libjpeg-dev
+    libcli11-dev nlohmann-json3-dev libfmt-dev libgtest-dev)
 
 say() { printf '%s\n' "$*" >&2; }
 
