@@ -13,4 +13,5 @@
 #include <kvdocmgr/IKvDMTable.h>
 #include <kvdocmgr/oletypes.h>
 #include <kvdocmgr/owned.h>
+#include <kvdocmgr/picture.h>
 #include <kvdocmgr/text.h>

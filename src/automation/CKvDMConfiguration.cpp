@@ -5,6 +5,7 @@
 #include "automation/CKvDMApplication.h"
 #include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
+#include "automation/previews.h"
 #include "automation/propertyValues.h"
 
 #include <algorithm>
@@ -271,7 +272,7 @@ HRESULT CKvDMConfiguration::GetMassProperties(KvDmMassPropError* error, VARIANT*
         properties);
 }
 
-// ---- previews, bodies, components: names as the records tell them; the pieces behind them are not read yet ----------
+// ---- previews -------------------------------------------------------------------------------------------------------
 
 HRESULT CKvDMConfiguration::get_PreviewStreamName(BSTR* name) noexcept
 {
@@ -292,42 +293,49 @@ HRESULT CKvDMConfiguration::GetPreviewBitmap(KvDmPreviewError* error, IDispatch*
 {
     return callOnCore(
         configuration,
-        [&](dmConfiguration_c&) {
-            *picture = nullptr;
-            *error = kvDmPreviewErrorNoPreview;
-            return S_OK;
+        [&](dmConfiguration_c& internal) {
+            return givePicture(internal.getDocumentCore(), internal.getHeader(), PreviewForm::bitmap, error, picture);
         },
         error, picture);
 }
 
 HRESULT CKvDMConfiguration::GetPreviewPNGBitmap(KvDmPreviewError* error, IDispatch** picture) noexcept
 {
-    return GetPreviewBitmap(error, picture);
+    return callOnCore(
+        configuration,
+        [&](dmConfiguration_c& internal) { return givePicture(internal.getDocumentCore(), internal.getHeader(), PreviewForm::png, error, picture); },
+        error, picture);
 }
 
 HRESULT CKvDMConfiguration::GetPreviewBitmapBytes(KvDmPreviewError* error, VARIANT* bytes) noexcept
 {
     return callOnCore(
         configuration,
-        [&](dmConfiguration_c&) {
-            VariantInit(bytes);
-            *error = kvDmPreviewErrorNoPreview;
-            return S_OK;
+        [&](dmConfiguration_c& internal) {
+            return givePreviewBytes(internal.getDocumentCore(), internal.getHeader(), PreviewForm::bitmap, error, bytes);
         },
-        error, bytes);
+        bytes, error);
 }
 
 HRESULT CKvDMConfiguration::GetPreviewPNGBitmapBytes(KvDmPreviewError* error, VARIANT* bytes) noexcept
 {
-    return GetPreviewBitmapBytes(error, bytes);
+    return callOnCore(
+        configuration,
+        [&](dmConfiguration_c& internal) {
+            return givePreviewBytes(internal.getDocumentCore(), internal.getHeader(), PreviewForm::png, error, bytes);
+        },
+        bytes, error);
 }
+
+// ---- bodies and the partition as files ------------------------------------------------------------------------------
 
 HRESULT CKvDMConfiguration::GetBodiesCount(LONG* count) noexcept
 {
     return callOnCore(
         configuration,
-        [&](dmConfiguration_c&) {
+        [&](dmConfiguration_c& internal) {
             *count = 0;
+            *count = internal.getBodiesCount();
             return S_OK;
         },
         count);
@@ -335,15 +343,23 @@ HRESULT CKvDMConfiguration::GetBodiesCount(LONG* count) noexcept
 
 HRESULT CKvDMConfiguration::GetImportedBodiesCount(LONG* count) noexcept
 {
-    return GetBodiesCount(count);
+    return callOnCore(
+        configuration,
+        [&](dmConfiguration_c& internal) {
+            *count = 0;
+            *count = internal.getImportedBodiesCount();
+            return S_OK;
+        },
+        count);
 }
 
-HRESULT CKvDMConfiguration::GetBody(LONG, BSTR, KvDmBodyError* error) noexcept
+HRESULT CKvDMConfiguration::GetBody(LONG index, BSTR fileName, KvDmBodyError* error) noexcept
 {
     return callOnCore(
         configuration,
-        [&](dmConfiguration_c&) {
-            *error = kvBodyErrorNoData;
+        [&](dmConfiguration_c& internal) {
+            *error = kvDmBodyErrorNone;
+            *error = internal.getBody(index, OwnedBstr::viewOf(fileName));
             return S_OK;
         },
         error);
@@ -351,13 +367,29 @@ HRESULT CKvDMConfiguration::GetBody(LONG, BSTR, KvDmBodyError* error) noexcept
 
 HRESULT CKvDMConfiguration::GetImportedBody(LONG index, BSTR fileName, KvDmBodyError* error) noexcept
 {
-    return GetBody(index, fileName, error);
+    return callOnCore(
+        configuration,
+        [&](dmConfiguration_c& internal) {
+            *error = kvDmBodyErrorNone;
+            *error = internal.getImportedBody(index, OwnedBstr::viewOf(fileName));
+            return S_OK;
+        },
+        error);
 }
 
 HRESULT CKvDMConfiguration::GetPartitionStream(BSTR fileName, KvDmBodyError* error) noexcept
 {
-    return GetBody(0, fileName, error);
+    return callOnCore(
+        configuration,
+        [&](dmConfiguration_c& internal) {
+            *error = kvDmBodyErrorNone;
+            *error = internal.getPartitionStream(OwnedBstr::viewOf(fileName));
+            return S_OK;
+        },
+        error);
 }
+
+// ---- components: there is nothing to be told without the instance tree ----------------------------------------------
 
 HRESULT CKvDMConfiguration::GetComponents(VARIANT* components) noexcept
 {

@@ -5,6 +5,7 @@
 #include "automation/CKvDMDocument.h"
 #include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
+#include "automation/previews.h"
 
 namespace kvdm {
 
@@ -90,62 +91,54 @@ HRESULT CKvDMDocument::get_ConfigurationManager(ICommonCADConfigurationMgr**) no
 
 // ---- previews -------------------------------------------------------------------------------------------------------
 
-namespace {
-
-HRESULT noPreview(KvDmPreviewError* error)
-{
-    *error = kvDmPreviewErrorNoPreview;
-    return S_OK;
-}
-
-} // namespace
-
 HRESULT CKvDMDocument::get_PreviewStreamName(BSTR* name) noexcept
 {
     return callOnCore(
         core,
-        [&](dmDocument_c&) {
-            giveText({}, name);
-            return E_FAIL;
+        [&](dmDocument_c& document) {
+            std::u16string text;
+            const bool exists = getPreviewName(document, nullptr, PreviewForm::bitmap, text);
+            giveText(exists ? text : std::u16string(), name);
+            return exists ? S_OK : E_FAIL;
         },
         name);
 }
 
 HRESULT CKvDMDocument::get_PreviewPNGStreamName(BSTR* name) noexcept
 {
-    return get_PreviewStreamName(name);
+    return callOnCore(
+        core,
+        [&](dmDocument_c& document) {
+            std::u16string text;
+            const bool exists = getPreviewName(document, nullptr, PreviewForm::png, text);
+            giveText(exists ? text : std::u16string(), name);
+            return exists ? S_OK : E_FAIL;
+        },
+        name);
 }
 
 HRESULT CKvDMDocument::GetPreviewBitmap(KvDmPreviewError* error, IDispatch** picture) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c&) {
-            *picture = nullptr;
-            return noPreview(error);
-        },
-        error, picture);
+        core, [&](dmDocument_c& document) { return givePicture(document, nullptr, PreviewForm::bitmap, error, picture); }, error, picture);
 }
 
 HRESULT CKvDMDocument::GetPreviewPNGBitmap(KvDmPreviewError* error, IDispatch** picture) noexcept
 {
-    return GetPreviewBitmap(error, picture);
+    return callOnCore(
+        core, [&](dmDocument_c& document) { return givePicture(document, nullptr, PreviewForm::png, error, picture); }, error, picture);
 }
 
 HRESULT CKvDMDocument::GetPreviewBitmapBytes(KvDmPreviewError* error, VARIANT* bytes) noexcept
 {
     return callOnCore(
-        core,
-        [&](dmDocument_c&) {
-            VariantInit(bytes);
-            return noPreview(error);
-        },
-        bytes, error);
+        core, [&](dmDocument_c& document) { return givePreviewBytes(document, nullptr, PreviewForm::bitmap, error, bytes); }, bytes, error);
 }
 
 HRESULT CKvDMDocument::GetPreviewPNGBitmapBytes(KvDmPreviewError* error, VARIANT* bytes) noexcept
 {
-    return GetPreviewBitmapBytes(error, bytes);
+    return callOnCore(
+        core, [&](dmDocument_c& document) { return givePreviewBytes(document, nullptr, PreviewForm::png, error, bytes); }, bytes, error);
 }
 
 // ---- keywords -------------------------------------------------------------------------------------------------------

@@ -55,6 +55,13 @@ OwnedVariant arrayOfDoubles(std::span<const double> numbers)
     return result;
 }
 
+OwnedVariant arrayOfBytes(std::span<const std::uint8_t> bytes)
+{
+    OwnedVariant result;
+    std::copy(bytes.begin(), bytes.end(), makeArray<std::uint8_t>(result, VT_UI1, bytes.size()));
+    return result;
+}
+
 std::vector<std::u16string> textsOf(const VARIANT& variant)
 {
     std::vector<std::u16string> texts;

@@ -3,6 +3,7 @@
 
 #include <kvdocmgr/owned.h>
 
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -24,6 +25,7 @@ inline void giveText(std::u16string_view text, BSTR* out)
 OwnedVariant arrayOfTexts(std::span<const std::u16string> texts);
 OwnedVariant arrayOfLongs(std::span<const LONG> numbers);
 OwnedVariant arrayOfDoubles(std::span<const double> numbers);
+OwnedVariant arrayOfBytes(std::span<const std::uint8_t> bytes);
 OwnedVariant emptyArray(VARTYPE type);
 
 // The texts of a variant that holds an array of strings; anything else counts as none.

@@ -1,6 +1,7 @@
 #include "automation/dmConfiguration_c.h"
 
 #include "automation/dmDocument_c.h"
+#include "automation/previews.h"
 #include "platform/text/casing.h"
 #include "properties/suDocumentProperties_c.h"
 #include "storage/suStructuredStorage.h"
@@ -15,7 +16,6 @@ constexpr std::int32_t kindActive = 1;
 constexpr std::int32_t kindDeleted = 2;
 constexpr int firstVersionWithMassProperties = 2286;
 constexpr int firstVersionWithPartition = 2270;
-constexpr int firstVersionWithPreviewEach = 2037;
 
 // The number that the text begins with, as the C library reads it; 0 when it begins with none.
 double realOf(std::u16string_view text)
@@ -108,23 +108,12 @@ KvDmMassPropError dmConfiguration_c::getMassProperties(std::array<double, 13>& f
 
 bool dmConfiguration_c::getPreviewStreamName(std::u16string& name) const
 {
-    const ComPtr<IStorage> storage = core->getStorage();
-    if (!storage || !header)
-        return false;
-    name = u"Preview";
-    if (suStructuredStorage(storage.get()).loadVersion() < firstVersionWithPreviewEach)
-        return equalNoCase(header->name, core->getActiveConfigurationName()); // there is one for the document
-    if (header->configurationKind != kindActive)
-        name = getStreamName() + u"-Preview";
-    return true;
+    return header && getPreviewName(*core, header, PreviewForm::bitmap, name);
 }
 
 bool dmConfiguration_c::getPNGPreviewStreamName(std::u16string& name) const
 {
-    if (!header || !core->getStorage())
-        return false;
-    name = header->configurationKind == kindActive ? u"PreviewPNG" : getStreamName() + u"-PreviewPNG";
-    return true;
+    return header && getPreviewName(*core, header, PreviewForm::png, name);
 }
 
 bool dmConfiguration_c::getPartitionStreamName(std::u16string& name) const

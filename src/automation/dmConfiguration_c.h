@@ -8,6 +8,7 @@
 #include <kvdocmgr/kvdocmgr.h>
 
 #include <array>
+#include <deque>
 #include <string>
 
 namespace kvdm {
@@ -55,10 +56,21 @@ public:
     bool getPNGPreviewStreamName(std::u16string& name) const;
     bool getPartitionStreamName(std::u16string& name) const;
 
+    // Finds the body streams, which getBody then indexes.
+    LONG getBodiesCount();
+    LONG getImportedBodiesCount();
+    KvDmBodyError getBody(LONG index, std::u16string_view fileName);
+    KvDmBodyError getImportedBody(LONG index, std::u16string_view fileName);
+    KvDmBodyError getPartitionStream(std::u16string_view fileName);
+
     CKvDMConfiguration* wrapper = nullptr; // created at first need, not counted
 
 private:
+    std::u16string iContainerName() const; // of the body streams
+
     dmConfigHeader_c* header = nullptr;
+    std::deque<std::u16string> bodyStreamNames;
+    bool bodiesCounted = false;
     dmDocument_c* core;
 };
 

@@ -84,16 +84,11 @@ Json jsonSummary(const Document& document)
             {"lastSavedDate", jsonOptional(document.text(&IKvDMDocument::get_LastSavedDate))}};
 }
 
-// The name of a stream; null when the call fails.
-Json jsonStreamName(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(BSTR*))
+// A text of a configuration; null when the call fails.
+Json jsonText(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(BSTR*))
 {
     OwnedBstr name;
     return FAILED((configuration.*get)(name.put())) ? Json() : jsonText(name.view());
-}
-
-Json jsonConfigurationText(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(BSTR*))
-{
-    return jsonStreamName(configuration, get);
 }
 
 Json jsonConfigurationNumber(IKvDMConfiguration9& configuration, HRESULT (IKvDMConfiguration9::*get)(LONG*))
@@ -116,18 +111,18 @@ Json jsonMassProperties(IKvDMConfiguration9& configuration)
 
 Json jsonConfiguration(IKvDMConfiguration9& configuration)
 {
-    return {{"name", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_Name)},
-            {"streamName", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_StreamName)},
-            {"description", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_Description)},
-            {"comment", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_Comment)},
-            {"alternateName", jsonConfigurationText(configuration, &IKvDMConfiguration9::get_AlternateName)},
-            {"parent", jsonConfigurationText(configuration, &IKvDMConfiguration9::GetParentConfigurationName)},
+    return {{"name", jsonText(configuration, &IKvDMConfiguration9::get_Name)},
+            {"streamName", jsonText(configuration, &IKvDMConfiguration9::get_StreamName)},
+            {"description", jsonText(configuration, &IKvDMConfiguration9::get_Description)},
+            {"comment", jsonText(configuration, &IKvDMConfiguration9::get_Comment)},
+            {"alternateName", jsonText(configuration, &IKvDMConfiguration9::get_AlternateName)},
+            {"parent", jsonText(configuration, &IKvDMConfiguration9::GetParentConfigurationName)},
             {"lastUpdateStamp", jsonConfigurationNumber(configuration, &IKvDMConfiguration9::GetLastUpdateStamp)},
             {"customProperties", jsonProperties(customProperties(configuration))},
             {"massProperties", jsonMassProperties(configuration)},
-            {"previewStreamName", jsonStreamName(configuration, &IKvDMConfiguration9::get_PreviewStreamName)},
-            {"previewPNGStreamName", jsonStreamName(configuration, &IKvDMConfiguration9::get_PreviewPNGStreamName)},
-            {"partitionStreamName", jsonStreamName(configuration, &IKvDMConfiguration9::get_PartitionStreamName)},
+            {"previewStreamName", jsonText(configuration, &IKvDMConfiguration9::get_PreviewStreamName)},
+            {"previewPNGStreamName", jsonText(configuration, &IKvDMConfiguration9::get_PreviewPNGStreamName)},
+            {"partitionStreamName", jsonText(configuration, &IKvDMConfiguration9::get_PartitionStreamName)},
             {"bodiesCount", jsonConfigurationNumber(configuration, &IKvDMConfiguration9::GetBodiesCount)},
             {"importedBodiesCount", jsonConfigurationNumber(configuration, &IKvDMConfiguration9::GetImportedBodiesCount)},
             {"components", Json::array()},
@@ -174,7 +169,15 @@ Json jsonPreview(const Document& document, HRESULT (IKvDMDocument12::*name)(BSTR
     KvDmPreviewError error = kvDmPreviewErrorNoPreview;
     ComPtr<IDispatch> picture;
     (document.operator->()->*get)(&error, picture.put());
-    return {{"streamName", named ? jsonText(streamName.view()) : Json()}, {"error", static_cast<LONG>(error)}, {"width", Json()}, {"height", Json()}};
+    LONG width = 0;
+    LONG height = 0;
+    ComPtr<IKvPicture> pixels;
+    const bool sized = picture && SUCCEEDED(picture->QueryInterface(IID_IKvPicture, pixels.putVoid())) && SUCCEEDED(pixels->get_Width(&width)) &&
+                       SUCCEEDED(pixels->get_Height(&height));
+    return {{"streamName", named ? jsonText(streamName.view()) : Json()},
+            {"error", static_cast<LONG>(error)},
+            {"width", sized ? Json(width) : Json()},
+            {"height", sized ? Json(height) : Json()}};
 }
 
 Json dump(const std::string& file)

@@ -67,8 +67,15 @@ ConversionFile::ConversionFile(std::u16string_view name)
 ConversionFile::~ConversionFile()
 {
     file.reset();
-    deleteFile(filePath);
+    if (!filePath.empty())
+        deleteFile(filePath);
     removeConversionFolder(); // when this was the last file
+}
+
+void ConversionFile::leaveBehind() noexcept
+{
+    file.reset();
+    filePath.clear();
 }
 
 std::size_t ConversionFile::read(void* buffer, std::size_t count)

@@ -27,6 +27,8 @@ public:
     ConversionFile(const ConversionFile&) = delete;
     ConversionFile& operator=(const ConversionFile&) = delete;
 
+    // The file stays, for a client who knows to find it there.
+    void leaveBehind() noexcept;
     const std::u16string& path() const noexcept { return filePath; }
     std::size_t read(void* buffer, std::size_t count); // fewer only at the end
     void write(const void* buffer, std::size_t count);

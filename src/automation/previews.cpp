@@ -1,0 +1,97 @@
+#include "automation/previews.h"
+
+#include "automation/automationValues.h"
+#include "automation/dmConfiguration_c.h"
+#include "automation/dmDocument_c.h"
+#include "common/exceptions.h"
+#include "platform/text/casing.h"
+#include "storage/previews/suDibRecord.h"
+#include "storage/suStructuredStorage.h"
+
+namespace kvdm {
+
+namespace {
+
+constexpr std::int32_t kindActive = 1;
+constexpr int firstVersionWithPreviewEach = 2037;
+
+// Reads the record of the stream that is meant, or leaves it empty with the outcome that stands for the reason. False when
+// the caller's error stays as it is.
+bool readRecord(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, KvDmPreviewError& error, suDibRecord& record)
+{
+    const ComPtr<IStorage> root = document.getStorage();
+    if (!root)
+        return false;
+    suStructuredStorage storage(root.get());
+    std::u16string name;
+    if (!getPreviewName(document, configuration, form, name) || !storage.attachToNode(false, name, true, 0)) {
+        error = kvDmPreviewErrorNoPreview;
+        return false;
+    }
+    try {
+        form == PreviewForm::png ? record.loadPng(storage.getArchive()) : record.load(storage.getArchive());
+    } catch (const suException&) {
+        return false; // a stream that cannot be read is as none
+    }
+    return true;
+}
+
+} // namespace
+
+// With no configuration the document's own: that of the active one, whose record decides as any other's.
+bool getPreviewName(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, std::u16string& name)
+{
+    const ComPtr<IStorage> root = document.getStorage();
+    if (!root)
+        return false;
+    const dmConfigHeader_c* meant = configuration ? configuration : document.getActiveConfigurationHeader();
+    const std::u16string plain = form == PreviewForm::png ? u"PreviewPNG" : u"Preview";
+    name = plain;
+    if (!meant)
+        return true;
+    if (form == PreviewForm::bitmap && suStructuredStorage(root.get()).loadVersion() < firstVersionWithPreviewEach)
+        return equalNoCase(meant->name, document.getActiveConfigurationName()); // there is one for the document
+    if (meant->configurationKind != kindActive)
+        name = meant->getConfigurationNodeName() + u"-" + plain;
+    return true;
+}
+
+HRESULT givePicture(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, KvDmPreviewError* error, IDispatch** picture)
+{
+    *picture = nullptr;
+    *error = kvDmPreviewErrorNoPreview;
+    suDibRecord record;
+    if (!readRecord(document, configuration, form, *error, record))
+        return S_OK;
+    std::optional<ArgbImage> image = record.decode();
+    if (!image) {
+        *error = kvDmPreviewErrorMakeBmpFail;
+        return S_OK;
+    }
+    *picture = makePicture(std::move(*image)).detach();
+    *error = kvDmPreviewErrorNone;
+    return S_OK;
+}
+
+HRESULT givePreviewBytes(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, KvDmPreviewError* error, VARIANT* bytes)
+{
+    VariantInit(bytes);
+    *error = kvDmPreviewErrorNoPreview;
+    suDibRecord record;
+    if (!readRecord(document, configuration, form, *error, record))
+        return S_OK;
+    if (form == PreviewForm::bitmap) {
+        const std::optional<ArgbImage> image = record.decode();
+        std::optional<std::vector<std::uint8_t>> file = image ? encodeImage(*image, "image/bmp") : std::nullopt;
+        if (!file) {
+            *error = kvDmPreviewErrorMakeBmpFail;
+            return S_OK;
+        }
+        record.data = std::move(*file);
+    }
+    *bytes = arrayOfBytes(record.data).detach();
+    *error = kvDmPreviewErrorNone;
+    return S_OK;
+}
+
+} // namespace kvdm
