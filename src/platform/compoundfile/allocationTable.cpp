@@ -7,7 +7,7 @@
 
 namespace kvdm {
 
-void AllocationTable::start(const CompoundHeader& header) noexcept
+void AllocationTable::start(const CompoundHeader& header)
 {
     bytesPerSector = header.sectorBytes();
     places.clear();

@@ -14,7 +14,7 @@ public:
     explicit AllocationTable(BlockFile& blockFile) : file(blockFile) {}
 
     // Takes up the state that a header tells; nothing is read yet.
-    void start(const CompoundHeader& header) noexcept;
+    void start(const CompoundHeader& header);
     // The state after a commit, whose places are known.
     void adopt(const CompoundHeader& header, std::vector<std::uint32_t> places, std::vector<std::uint32_t> difat) noexcept;
 
