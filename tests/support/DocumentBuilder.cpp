@@ -82,8 +82,10 @@ DocumentBuilder& DocumentBuilder::summary(std::uint32_t id, std::string value)
     return *this;
 }
 
-void DocumentBuilder::iFinish()
+CompoundFileBuilder& DocumentBuilder::iFinish()
 {
+    if (finished)
+        return file;
     finished = true;
     const int version = header.version;
     if (withHeader)
@@ -98,13 +100,7 @@ void DocumentBuilder::iFinish()
         root.stream(u"IKestrovaneInformation", bytesOf(userStream(sectionOf(invisibleProperties))));
     if (!summaryValues.empty())
         root.stream(u"\u0005SummaryInformation", bytesOf(rawSet(summaryGuid, {{summaryGuid, rawSection(summaryValues)}})));
-}
-
-Bytes DocumentBuilder::build()
-{
-    if (!finished)
-        iFinish();
-    return file.build();
+    return file;
 }
 
 Bytes zlbNode(std::string_view content)

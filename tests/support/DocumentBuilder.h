@@ -32,13 +32,14 @@ public:
     DocumentBuilder& links(const std::vector<std::u16string>& saved, const std::vector<std::u16string>& wanted);
     DocumentBuilder& summary(std::uint32_t id, std::string value);
 
-    Bytes build();
+    Bytes build() { return iFinish().build(); }
+    const BuilderNode& made() { return iFinish().root(); } // all elements
     bool write(const std::string& path) { return writeWholeFile(path, build()); }
 
 private:
     using Properties = std::vector<std::pair<std::string, std::string>>;
     DocumentBuilder& iAdd(Properties& list, std::string name, std::string value);
-    void iFinish();
+    CompoundFileBuilder& iFinish();
 
     CompoundFileBuilder file;
     Properties visibleProperties;

@@ -1,0 +1,188 @@
+// Opening and reading with the n-th allocation failing, for every n: nothing thrown leaves, nothing leaks, and the next
+// attempt finds the library as it was.
+#include "automation/automationTools.h"
+#include "support/ForeignObjects.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<long> allocationsLeft{-1}; // negative: never fail
+
+void* allocate(std::size_t bytes)
+{
+    if (allocationsLeft.load() >= 0 && allocationsLeft.fetch_sub(1) == 0)
+        return nullptr;
+    return std::malloc(bytes ? bytes : 1);
+}
+
+void* allocateOrThrow(std::size_t bytes)
+{
+    void* memory = allocate(bytes);
+    return memory ? memory : throw std::bad_alloc();
+}
+
+} // namespace
+
+void* operator new(std::size_t bytes)
+{
+    return allocateOrThrow(bytes);
+}
+void* operator new[](std::size_t bytes)
+{
+    return allocateOrThrow(bytes);
+}
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
+{
+    return allocate(bytes);
+}
+void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept
+{
+    return allocate(bytes);
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace kvdm::test {
+namespace {
+
+// Fails the n-th allocation of the calls for n = 0, 1, ... until they get through without one; returns how many there are.
+template <class Calls> long failEveryAllocation(Calls&& calls)
+{
+    for (long n = 0; n < 100000; ++n) {
+        allocationsLeft = n;
+        calls();
+        const bool failed = allocationsLeft.exchange(-1) < 0;
+        EXPECT_EQ(DllCanUnloadNow(), S_OK) << "allocation " << n;
+        if (!failed)
+            return n;
+    }
+    return -1;
+}
+
+// Without the help of the test framework, which allocates too.
+ComPtr<IKvDMApplication2> bareApplication()
+{
+    ComPtr<IKvDMClassFactory> factory;
+    ComPtr<IKvDMApplication> application;
+    ComPtr<IKvDMApplication2> result;
+    if (DllGetClassObject(CLSID_KvDMClassFactory, IID_IKvDMClassFactory, factory.putVoid()) == S_OK &&
+        factory->GetApplication(application.put()) == S_OK)
+        application->QueryInterface(IID_IKvDMApplication2, result.putVoid());
+    return result;
+}
+
+void readEverything(IKvDMDocument& opened)
+{
+    IKvDMDocument12* found = nullptr;
+    if (opened.QueryInterface(IID_IKvDMDocument12, reinterpret_cast<void**>(&found)) != S_OK)
+        return;
+    const auto document = ComPtr<IKvDMDocument12>::adopt(found);
+    LONG number = 0;
+    VARIANT_BOOL flag = 0;
+    BSTR text = nullptr;
+    VARIANT variants[4];
+    KvDmCustomInfoType type = kvDmCustomInfoUnknown;
+    for (VARIANT& variant : variants)
+        VariantInit(&variant);
+    const auto drop = [&] {
+        for (VARIANT& variant : variants)
+            VariantClear(&variant);
+        SysFreeString(text);
+        text = nullptr;
+    };
+    document->GetVersion(&number);
+    document->GetLastUpdateStamp(&number);
+    document->IsDetachedDrawing(&flag);
+    document->GetHyperLinksCount(&number);
+    document->GetSheetNames(&variants[0]);
+    document->get_Title(&text);
+    drop();
+    document->GetAllCustomPropertyNamesAndValues(&variants[0], &variants[1], &variants[2], &variants[3]);
+    document->GetCustomProperty(nullptr, &type, &text);
+    drop();
+    document->GetLinkedAttachments(&variants[0]);
+    document->get_CreationDate(&text);
+    drop();
+    IKvDMConfigurationMgr* manager = nullptr;
+    IKvDMConfiguration* configuration = nullptr;
+    if (document->get_ConfigurationManager(&manager) == S_OK) {
+        BSTR name = SysAllocString(u"Default");
+        if (manager->GetConfigurationByName(name, &configuration) == S_OK) {
+            configuration->get_Name(&text);
+            drop();
+            configuration->Release();
+        }
+        SysFreeString(name);
+        manager->Release();
+    }
+    document->CloseDoc();
+    document->GetVersion(&number);
+}
+
+TEST(ExhaustedMemory, EndsNoClientThatOpensAndReadsAFile)
+{
+    TemporaryFolder folder;
+    DocumentBuilder builder;
+    builder.visible("Material", textValue("Steel")).links({u"C:\\one.txt"}, {u"C:\\one.txt"}).summary(2, textValue("Title"));
+    builder.summary(12, le32(64) + le(0x01DA000000000000, 8)).invisible("KV-All Sheet Names", textValue("One@Two@"));
+    builder.withHeader = false;
+    const Bytes header = headerStream(builder.header);
+    builder.root.stream(u"Header2__ZLB", zlbNode(std::string(header.begin(), header.end()))); // read through a worker thread
+    builder.write(folder / "a.kvdprt");
+    const OwnedBstr path(fromUtf8(folder / "a.kvdprt"));
+    const Bytes bytes = builder.build();
+
+    readEverything(*mustOpen(folder / "a.kvdprt")); // what the process makes once is made
+    const long byPath = failEveryAllocation([&] {
+        KvDmDocumentOpenError error = kvDmDocumentOpenErrorNone;
+        IKvDMDocument* document = nullptr;
+        const auto application = bareApplication();
+        if (!application)
+            return;
+        const HRESULT status = application->GetDocument(path.get(), kvDmDocumentUnknown, VARIANT_TRUE, &error, &document);
+        EXPECT_EQ(document != nullptr, status == S_OK && error == kvDmDocumentOpenErrorNone);
+        if (document) {
+            readEverything(*document);
+            document->Release();
+        }
+    });
+    EXPECT_GT(byPath, 100);
+
+    ForeignPlan plan;
+    const auto stream = ForeignStream::over(bytes, plan);
+    const long byStream = failEveryAllocation([&] {
+        KvDmDocumentOpenError error = kvDmDocumentOpenErrorNone;
+        IKvDMDocument* document = nullptr;
+        const auto application = bareApplication();
+        if (!application)
+            return;
+        application->GetDocument2(stream.get(), &error, &document);
+        EXPECT_EQ(document != nullptr, error == kvDmDocumentOpenErrorNone);
+        if (document) {
+            readEverything(*document);
+            document->Release();
+        }
+    });
+    EXPECT_GT(byStream, 100);
+    EXPECT_EQ(textFrom(*mustOpen(folder / "a.kvdprt"), &IKvDMDocument::get_Title), "Title");
+}
+
+} // namespace
+} // namespace kvdm::test
