@@ -56,7 +56,7 @@ bool suOlePropertySet::iRead(std::int32_t documentVersion, std::int32_t writtenV
     return true;
 }
 
-bool suOlePropertySet::Write(IStream& stream)
+std::string suOlePropertySet::makeStream()
 {
     sectionCount = static_cast<std::uint32_t>(sections.size());
     std::string bytes;
@@ -76,9 +76,15 @@ bool suOlePropertySet::Write(IStream& stream)
         entry += tableEntrySize;
         section.Write(bytes);
         if (bytes.size() > UINT32_MAX)
-            return false;
+            return {};
     }
-    return writeWholeStream(stream, bytes);
+    return bytes;
+}
+
+bool suOlePropertySet::Write(IStream& stream)
+{
+    const std::string bytes = makeStream();
+    return !bytes.empty() && writeWholeStream(stream, bytes);
 }
 
 suOlePropertySection* suOlePropertySet::findSection(const FMTID& sectionFormat) noexcept

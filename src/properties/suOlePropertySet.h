@@ -26,7 +26,9 @@ public:
     // sections read until then stay. A section that does not read is dropped. writtenVersion is the version of the
     // release that wrote the stream, which may be later than the document's.
     bool Read(IStream& stream, std::int32_t documentVersion, std::int32_t writtenVersion);
-    // Writes at the stream's position. False when the stream does not take all, or the set is larger than its offsets.
+    // The stream as it is to be written; empty when the set is larger than its offsets can tell.
+    std::string makeStream();
+    // Writes at the stream's position. False when the stream does not take all, or there is nothing that can be written.
     bool Write(IStream& stream);
 
     // The first section of the format, or null.

@@ -62,6 +62,9 @@ bool suPropertyStore_c::Write(IStorage& storage, std::u16string_view name)
 {
     if (set.isLeftAlone())
         return true;
+    const std::string bytes = set.makeStream(); // before anything in the storage changes
+    if (bytes.empty())
+        throw suFileException(suFileException::generic);
     storage.DestroyElement(toOle(markerNameOf(name)));
 
     const std::u16string streamName(name.empty() ? visiblePropertiesStream : name);
@@ -73,12 +76,12 @@ bool suPropertyStore_c::Write(IStorage& storage, std::u16string_view name)
             (void)stream.detach();
             return false;
         }
-    } else if (stream) {
-        stream->SetSize(ULARGE_INTEGER{});
+    } else if (stream && FAILED(stream->SetSize(ULARGE_INTEGER{}))) {
+        throw suFileException(suFileException::generic);
     }
     if (!stream)
         return false;
-    if (!set.Write(*stream))
+    if (!writeWholeStream(*stream, bytes))
         throw suFileException(suFileException::generic);
     return true;
 }

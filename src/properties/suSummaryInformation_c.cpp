@@ -78,6 +78,9 @@ bool suSummaryInformation_c::Write(IStorage& storage)
 {
     if (set.isLeftAlone())
         return true;
+    const std::string bytes = set.makeStream(); // before anything in the storage changes
+    if (bytes.empty())
+        throw suFileException(suFileException::generic);
     ComPtr<IStream> stream;
     constexpr DWORD mode = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE;
     if (FAILED(storage.CreateStream(toOle(std::u16string(summaryStream)), mode, 0, 0, stream.put()))) {
@@ -86,7 +89,7 @@ bool suSummaryInformation_c::Write(IStorage& storage)
     }
     if (!stream)
         return false;
-    if (!set.Write(*stream))
+    if (!writeWholeStream(*stream, bytes))
         throw suFileException(suFileException::generic);
     return true;
 }
