@@ -9,7 +9,7 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -20,7 +20,7 @@ namespace kvdm {
 namespace {
 
 constexpr std::size_t mostFolders = 32;
-constexpr std::size_t mostEntries = 100'000; // larger folders are listed anew each time
+constexpr std::size_t mostEntries = 100'000; // of all listings that are kept; a larger folder is listed anew each time
 // A folder that changed less than this before it was listed may change again without a change of its time.
 constexpr std::int64_t settledAfter = 2;
 
@@ -117,8 +117,12 @@ private:
         const std::lock_guard lock(guard);
         listings.remove_if([&](const Listing& each) { return each.folder == listing.folder; });
         listings.push_front(std::move(listing));
-        if (listings.size() > mostFolders)
-            listings.pop_back();
+        std::size_t folders = 0, entries = 0;
+        const auto firstTooMany = std::find_if(listings.begin(), listings.end(), [&](const Listing& each) {
+            entries += each.names->size();
+            return ++folders > mostFolders || entries > mostEntries;
+        });
+        listings.erase(firstTooMany, listings.end());
     }
 
     std::mutex guard;

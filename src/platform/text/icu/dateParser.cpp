@@ -69,10 +69,12 @@ public:
 
     std::optional<SYSTEMTIME> parse(std::u16string_view original)
     {
-        if (!iCut(original) || !iTakeColonTime() || !iTakeHourOfHalf())
+        if (!iCut(original) || !iTakeColonTime())
             return std::nullopt;
         if (!timeSeen)
             iTakePointTime(month ? 2 : 3);
+        if (!iTakeHourOfHalf())
+            return std::nullopt;
         std::vector<Number> parts;
         for (const Number& number : numbers)
             if (!number.isTime)
