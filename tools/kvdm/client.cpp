@@ -104,9 +104,12 @@ std::optional<std::u16string> Document::text(HRESULT (IKvDMDocument::*get)(BSTR*
 
 namespace {
 
-std::vector<Property> propertiesOf(const OwnedVariant& names, const OwnedVariant& types, const OwnedVariant& linkedTo, const OwnedVariant& values)
+template <class Owner> std::vector<Property> allProperties(Owner& owner)
 {
+    OwnedVariant names, types, linkedTo, values;
     std::vector<Property> all;
+    if (FAILED(owner.GetAllCustomPropertyNamesAndValues(names.put(), types.put(), linkedTo.put(), values.put())))
+        return all;
     const auto nameTexts = texts(names.get());
     const auto typeNumbers = numbers(types.get());
     const auto linkTexts = texts(linkedTo.get());
@@ -118,20 +121,14 @@ std::vector<Property> propertiesOf(const OwnedVariant& names, const OwnedVariant
 
 } // namespace
 
-std::vector<Property> Document::customProperties() const
+std::vector<Property> customProperties(IKvDMDocument12& document)
 {
-    OwnedVariant names, types, linkedTo, values;
-    if (FAILED(chain->GetAllCustomPropertyNamesAndValues(names.put(), types.put(), linkedTo.put(), values.put())))
-        return {};
-    return propertiesOf(names, types, linkedTo, values);
+    return allProperties(document);
 }
 
 std::vector<Property> customProperties(IKvDMConfiguration9& configuration)
 {
-    OwnedVariant names, types, linkedTo, values;
-    if (FAILED(configuration.GetAllCustomPropertyNamesAndValues(names.put(), types.put(), linkedTo.put(), values.put())))
-        return {};
-    return propertiesOf(names, types, linkedTo, values);
+    return allProperties(configuration);
 }
 
 std::vector<ComPtr<IKvDMConfiguration9>> configurations(IKvDMConfigurationMgr& manager)
@@ -148,19 +145,36 @@ std::vector<ComPtr<IKvDMConfiguration9>> configurations(IKvDMConfigurationMgr& m
     return found;
 }
 
-std::vector<Property> Document::invisibleProperties() const
+std::vector<Property> invisibleProperties(IKvDMDocument12& document)
 {
     OwnedVariant names;
     std::vector<Property> all;
-    if (FAILED(chain->GetInvisibleCustomPropertyNames(names.put())))
+    if (FAILED(document.GetInvisibleCustomPropertyNames(names.put())))
         return all;
     for (std::u16string& name : texts(names.get())) {
         KvDmCustomInfoType type = kvDmCustomInfoUnknown;
         OwnedBstr value;
-        chain->GetInvisibleCustomProperty(OwnedBstr(name).get(), &type, value.put());
+        document.GetInvisibleCustomProperty(OwnedBstr(name).get(), &type, value.put());
         all.push_back({std::move(name), type, {}, std::u16string(value.view())});
     }
     return all;
+}
+
+ComPtr<IKvDMConfigurationMgr> Document::configurationManager() const
+{
+    ComPtr<IKvDMConfigurationMgr> manager;
+    const HRESULT status = chain->get_ConfigurationManager(manager.put());
+    if (FAILED(status) || !manager)
+        throw Failure(path + ": its configurations cannot be read: " + statusText(status));
+    return manager;
+}
+
+ComPtr<IKvDMConfiguration9> Document::configuration(const std::string& name) const
+{
+    ComPtr<IKvDMConfiguration> found;
+    if (FAILED(configurationManager()->GetConfigurationByName(OwnedBstr(fromUtf8(name)).get(), found.put())))
+        throw Failure("no configuration \"" + name + "\"");
+    return queryFor<IKvDMConfiguration9>(*found, IID_IKvDMConfiguration9);
 }
 
 std::vector<std::u16string> Document::hyperLinks() const

@@ -40,8 +40,9 @@ public:
 
     // A text answer; empty when the call failed.
     std::optional<std::u16string> text(HRESULT (IKvDMDocument::*get)(BSTR*)) const;
-    std::vector<Property> customProperties() const;
-    std::vector<Property> invisibleProperties() const;
+    ComPtr<IKvDMConfigurationMgr> configurationManager() const;
+    // The configuration of that name, exact in case; a Failure when there is none.
+    ComPtr<IKvDMConfiguration9> configuration(const std::string& name) const;
     std::vector<std::u16string> hyperLinks() const;
 
 private:
@@ -55,7 +56,11 @@ ComPtr<IKvDMApplication> makeApplication();
 
 // The configurations in list order; one that cannot be had by its name is left out.
 std::vector<ComPtr<IKvDMConfiguration9>> configurations(IKvDMConfigurationMgr& manager);
+
+// Custom properties in list order; none when the call fails.
+std::vector<Property> customProperties(IKvDMDocument12& document);
 std::vector<Property> customProperties(IKvDMConfiguration9& configuration);
+std::vector<Property> invisibleProperties(IKvDMDocument12& document);
 
 // The texts and numbers of a one-dimensional array in a variant; an empty variant has none.
 std::vector<std::u16string> texts(const VARIANT& variant);

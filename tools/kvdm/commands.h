@@ -11,6 +11,10 @@ void addInfo(CLI::App& app, int& exitCode);
 void addProps(CLI::App& app, int& exitCode);
 void addPropsEdits(CLI::App& props, int& exitCode); // below "props"
 void addSummary(CLI::App& app, int& exitCode);
+void addConfigs(CLI::App& app, int& exitCode);
+void addPreview(CLI::App& app, int& exitCode);
+void addBodies(CLI::App& app, int& exitCode);
+void addMass(CLI::App& app, int& exitCode);
 void addSave(CLI::App& app, int& exitCode);
 void addSaveAs(CLI::App& app, int& exitCode);
 void addLs(CLI::App& app, int& exitCode);

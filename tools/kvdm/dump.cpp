@@ -190,8 +190,8 @@ Json dump(const std::string& file)
     json["version"] = jsonVersion(document);
     json["lastUpdateStamp"] = jsonNumber<LONG>(document, &IKvDMDocument12::GetLastUpdateStamp);
     json["summary"] = jsonSummary(document);
-    json["customProperties"] = jsonProperties(document.customProperties());
-    json["invisibleCustomProperties"] = jsonProperties(document.invisibleProperties());
+    json["customProperties"] = jsonProperties(customProperties(*document.operator->()));
+    json["invisibleCustomProperties"] = jsonProperties(invisibleProperties(*document.operator->()));
     json["hyperlinks"] = jsonTexts(document.hyperLinks());
     json["detachedDrawing"] = jsonFlag(document, &IKvDMDocument12::IsDetachedDrawing);
     json["smartComponent"] = jsonFlag(document, &IKvDMDocument12::IsSmartComponentDocument);

@@ -37,11 +37,6 @@ std::string quoted(const std::string& name)
     return "\"" + printable(fromUtf8(name)) + "\"";
 }
 
-ComPtr<IKvDMDocument2> invisibleFace(const Document& document)
-{
-    return ComPtr<IKvDMDocument2>::share(document.operator->());
-}
-
 void editOne(const FileEdit& edit, bool dryRun)
 {
     const Document document(edit.file, dryRun);
@@ -111,48 +106,37 @@ KvDmCustomInfoType typeOfName(const std::string& name)
     throw Failure("no type " + name + ": use text, date, number or yes-no");
 }
 
-bool hasProperty(const Document& document, bool invisible, const std::string& name)
+bool hasProperty(const Document& document, const PropertyPlace& place, const std::string& name)
 {
-    const OwnedBstr field(fromUtf8(name));
     KvDmCustomInfoType type = kvDmCustomInfoUnknown;
     OwnedBstr value;
-    return SUCCEEDED(invisible ? invisibleFace(document)->GetInvisibleCustomProperty(field.get(), &type, value.put())
-                               : document->GetCustomProperty(field.get(), &type, value.put()));
+    return SUCCEEDED(PropertyFace::of(document, place)->get(OwnedBstr(fromUtf8(name)).get(), &type, value.put()));
 }
 
-std::string addProperty(const Document& document, bool invisible, const std::string& name, KvDmCustomInfoType type, const std::string& value)
+std::string addProperty(const Document& document, const PropertyPlace& place, const std::string& name, KvDmCustomInfoType type,
+                        const std::string& value)
 {
-    const OwnedBstr field(fromUtf8(name));
-    const OwnedBstr text(fromUtf8(value));
     VARIANT_BOOL added = VARIANT_FALSE;
-    const HRESULT status = invisible ? invisibleFace(document)->AddInvisibleCustomProperty(field.get(), type, text.get(), &added)
-                                     : document->AddCustomProperty(field.get(), type, text.get(), &added);
+    const HRESULT status = PropertyFace::of(document, place)->add(OwnedBstr(fromUtf8(name)).get(), type, OwnedBstr(fromUtf8(value)).get(), &added);
     if (FAILED(status))
         throw Failure(quoted(name) + " cannot be added: " + statusText(status));
     if (!added)
-        throw Failure(hasProperty(document, invisible, name)
-                          ? quoted(name) + " is there already"
-                          : quoted(name) + " cannot be added: the name is taken or the value is no " + typeName(type));
+        throw Failure(hasProperty(document, place, name) ? quoted(name) + " is there already"
+                                                         : quoted(name) + " cannot be added: the name is taken or the value is no " + typeName(type));
     return fmt::format("{} added: {}", quoted(name), printable(fromUtf8(value)));
 }
 
-std::string setProperty(const Document& document, bool invisible, const std::string& name, const std::string& value)
+std::string setProperty(const Document& document, const PropertyPlace& place, const std::string& name, const std::string& value)
 {
-    const OwnedBstr field(fromUtf8(name));
-    const OwnedBstr text(fromUtf8(value));
-    const HRESULT status = invisible ? invisibleFace(document)->SetInvisibleCustomProperty(field.get(), text.get())
-                                     : document->SetCustomProperty(field.get(), text.get());
-    if (FAILED(status))
-        throw Failure(hasProperty(document, invisible, name) ? quoted(name) + ": the value does not fit its type" : "no property " + quoted(name));
+    if (FAILED(PropertyFace::of(document, place)->set(OwnedBstr(fromUtf8(name)).get(), OwnedBstr(fromUtf8(value)).get())))
+        throw Failure(hasProperty(document, place, name) ? quoted(name) + ": the value does not fit its type" : "no property " + quoted(name));
     return fmt::format("{} = {}", quoted(name), printable(fromUtf8(value)));
 }
 
-std::string deleteProperty(const Document& document, bool invisible, const std::string& name)
+std::string deleteProperty(const Document& document, const PropertyPlace& place, const std::string& name)
 {
-    const OwnedBstr field(fromUtf8(name));
     VARIANT_BOOL deleted = VARIANT_FALSE;
-    const HRESULT status = invisible ? invisibleFace(document)->DeleteInvisibleCustomProperty(field.get(), &deleted)
-                                     : document->DeleteCustomProperty(field.get(), &deleted);
+    const HRESULT status = PropertyFace::of(document, place)->remove(OwnedBstr(fromUtf8(name)).get(), &deleted);
     if (FAILED(status) || !deleted)
         throw Failure("no property " + quoted(name));
     return quoted(name) + " deleted";

@@ -2,7 +2,7 @@
 // step fails.
 #pragma once
 
-#include "client.h"
+#include "propertyPlace.h"
 
 #include <functional>
 #include <string>
@@ -33,9 +33,10 @@ void save(const Document& document, const std::string& file);
 KvDmCustomInfoType typeOfName(const std::string& name);
 
 // The edits, each of which throws a Failure when the document refuses.
-std::string addProperty(const Document& document, bool invisible, const std::string& name, KvDmCustomInfoType type, const std::string& value);
-std::string setProperty(const Document& document, bool invisible, const std::string& name, const std::string& value);
-std::string deleteProperty(const Document& document, bool invisible, const std::string& name);
-bool hasProperty(const Document& document, bool invisible, const std::string& name);
+std::string addProperty(const Document& document, const PropertyPlace& place, const std::string& name, KvDmCustomInfoType type,
+                        const std::string& value);
+std::string setProperty(const Document& document, const PropertyPlace& place, const std::string& name, const std::string& value);
+std::string deleteProperty(const Document& document, const PropertyPlace& place, const std::string& name);
+bool hasProperty(const Document& document, const PropertyPlace& place, const std::string& name);
 
 } // namespace kvdm::tool

@@ -1,6 +1,7 @@
 // kvdm info: a document for a person.
 #include "client.h"
 #include "commands.h"
+#include "preview.h"
 #include "terminal.h"
 
 #include <fmt/format.h>
@@ -109,8 +110,26 @@ void show(const std::string& file)
         line("Attachments", joined(texts(attachments.get())));
     line("Links", joined(document.hyperLinks()));
 
-    showProperties("Custom properties", document.customProperties());
-    showProperties("Invisible properties", document.invisibleProperties());
+    const auto variants = configurations(*document.configurationManager());
+    if (variants.size() > 1) {
+        heading(fmt::format("Configurations ({})", variants.size()));
+        for (const auto& variant : variants) {
+            OwnedBstr name, description;
+            variant->get_Name(name.put());
+            variant->get_Description(description.put());
+            std::cout << "  " << coloured(printable(name.view()), 6) << "  " << printable(description.view()) << '\n';
+        }
+    }
+    if (const ComPtr<IKvPicture> picture = previewPicture(document, {})) {
+        const auto shown = pictureForTerminal(*picture);
+        if (shown)
+            std::cout << '\n' << *shown;
+        else
+            line("Preview", "kvdm preview " + file + " -o preview.png");
+    }
+
+    showProperties("Custom properties", customProperties(*document.operator->()));
+    showProperties("Invisible properties", invisibleProperties(*document.operator->()));
 }
 
 } // namespace

@@ -39,6 +39,10 @@ int main(int argc, char** argv)
     addInfo(app, exitCode);
     addProps(app, exitCode);
     addSummary(app, exitCode);
+    addConfigs(app, exitCode);
+    addPreview(app, exitCode);
+    addBodies(app, exitCode);
+    addMass(app, exitCode);
     addSave(app, exitCode);
     addSaveAs(app, exitCode);
     addDump(app, exitCode);

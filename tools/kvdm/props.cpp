@@ -1,6 +1,7 @@
 // kvdm props: custom properties.
 #include "client.h"
 #include "commands.h"
+#include "propertyPlace.h"
 #include "terminal.h"
 
 #include <nlohmann/json.hpp>
@@ -14,7 +15,7 @@ namespace {
 struct ListOptions
 {
     std::vector<std::string> files;
-    bool invisible = false;
+    PropertyPlace place;
     bool json = false;
 };
 
@@ -53,13 +54,13 @@ void addProps(CLI::App& app, int& exitCode)
     auto options = std::make_shared<ListOptions>();
     CLI::App* list = props->add_subcommand("list", "Lists them: name, type, value and, when linked, the link text, separated by tabs");
     list->add_option("FILE", options->files, "Documents; with several, each line begins with the file")->required();
-    list->add_flag("--invisible", options->invisible, "Those that no property page shows");
+    addPlaceOptions(*list, options->place);
     list->add_flag("--json", options->json, "One JSON object a property");
     list->callback([options, &exitCode] {
         exitCode = forEachFile(options->files, [&](const std::string& file) {
             const Document document(file);
             document.requireReadable();
-            const auto properties = options->invisible ? document.invisibleProperties() : document.customProperties();
+            const auto properties = PropertyFace::of(document, options->place)->list();
             if (options->json)
                 listAsJson(file, properties);
             else

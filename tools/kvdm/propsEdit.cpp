@@ -17,7 +17,7 @@ struct EditOptions
 {
     std::vector<std::string> words; // FILE... NAME [VALUE]
     std::string type = "text";
-    bool invisible = false;
+    PropertyPlace place;
     bool dryRun = false;
 };
 
@@ -31,7 +31,7 @@ std::vector<std::string> takeLast(std::vector<std::string>& words, std::size_t c
 
 void addCommonFlags(CLI::App& command, const std::shared_ptr<EditOptions>& options)
 {
-    command.add_flag("--invisible", options->invisible, "A property that no property page shows");
+    addPlaceOptions(command, options->place);
     command.add_flag("--dry-run", options->dryRun, "Tells what would be done; no file is touched");
 }
 
@@ -44,7 +44,7 @@ void addSet(CLI::App& props, int& exitCode)
     command->callback([options, &exitCode] {
         const auto change = takeLast(options->words, 2);
         exitCode = editFiles(options->words, options->dryRun, [&](const Document& document) {
-            return std::vector<std::string>{setProperty(document, options->invisible, change[0], change[1])};
+            return std::vector<std::string>{setProperty(document, options->place, change[0], change[1])};
         });
     });
 }
@@ -61,7 +61,7 @@ void addAdd(CLI::App& props, int& exitCode)
     command->callback([options, &exitCode] {
         const auto change = takeLast(options->words, 2);
         exitCode = editFiles(options->words, options->dryRun, [&](const Document& document) {
-            return std::vector<std::string>{addProperty(document, options->invisible, change[0], typeOfName(options->type), change[1])};
+            return std::vector<std::string>{addProperty(document, options->place, change[0], typeOfName(options->type), change[1])};
         });
     });
 }
@@ -74,9 +74,8 @@ void addDelete(CLI::App& props, int& exitCode)
     addCommonFlags(*command, options);
     command->callback([options, &exitCode] {
         const auto change = takeLast(options->words, 1);
-        exitCode = editFiles(options->words, options->dryRun, [&](const Document& document) {
-            return std::vector<std::string>{deleteProperty(document, options->invisible, change[0])};
-        });
+        exitCode = editFiles(options->words, options->dryRun,
+                             [&](const Document& document) { return std::vector<std::string>{deleteProperty(document, options->place, change[0])}; });
     });
 }
 
@@ -98,9 +97,9 @@ void addBatch(CLI::App& props, int& exitCode)
             edits.push_back({file, [options, changes = std::move(changes)](const Document& document) {
                                  std::vector<std::string> lines;
                                  for (const auto& [name, value] : changes)
-                                     lines.push_back(hasProperty(document, options->invisible, name)
-                                                         ? setProperty(document, options->invisible, name, value)
-                                                         : addProperty(document, options->invisible, name, typeOfName(options->type), value));
+                                     lines.push_back(hasProperty(document, options->place, name)
+                                                         ? setProperty(document, options->place, name, value)
+                                                         : addProperty(document, options->place, name, typeOfName(options->type), value));
                                  return lines;
                              }});
         }

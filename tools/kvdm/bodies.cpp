@@ -1,0 +1,147 @@
+// kvdm bodies: the solid and imported bodies and the partition of a configuration as files.
+#include "client.h"
+#include "commands.h"
+#include "terminal.h"
+
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <iostream>
+
+namespace kvdm::tool {
+
+namespace {
+
+struct Options
+{
+    std::string file;
+    std::string configuration;
+    std::string folder = ".";
+};
+
+std::u16string nameOf(IKvDMConfiguration9& configuration)
+{
+    OwnedBstr name;
+    configuration.get_Name(name.put());
+    return std::u16string(name.view());
+}
+
+std::vector<ComPtr<IKvDMConfiguration9>> wanted(const Document& document, const Options& options)
+{
+    return options.configuration.empty() ? configurations(*document.configurationManager())
+                                         : std::vector{document.configuration(options.configuration)};
+}
+
+std::string reasonOf(KvDmBodyError error)
+{
+    switch (error) {
+    case kvBodyErrorNoData:
+        return "is not there";
+    case kvBodyErrorFileCreation:
+        return "its file cannot be created";
+    case kvBodyErrorDecompression:
+        return "does not decompress";
+    default:
+        return "cannot be read";
+    }
+}
+
+// A name in the folder that says where the body comes from, without what a file name cannot hold.
+std::string targetPath(const Options& options, std::u16string_view configuration, const std::string& what)
+{
+    std::string name = toUtf8(configuration) + "-" + what + ".bin";
+    for (char& c : name)
+        if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < 0x20)
+            c = '_';
+    return (std::filesystem::path(options.folder) / name).string();
+}
+
+template <class Extract> void extractOne(const std::string& path, Extract&& extract)
+{
+    KvDmBodyError error = kvDmBodyErrorNone;
+    const HRESULT status = extract(OwnedBstr(fromUtf8(path, IllFormed::keep)).get(), &error);
+    if (FAILED(status) || error != kvDmBodyErrorNone)
+        throw Failure(path + ": " + (FAILED(status) ? statusText(status) : reasonOf(error)));
+    std::cout << path << '\n';
+}
+
+void list(const Options& options)
+{
+    const Document document(options.file);
+    document.requireReadable();
+    for (const auto& configuration : wanted(document, options)) {
+        LONG bodies = 0;
+        LONG imported = 0;
+        OwnedBstr partition;
+        configuration->GetBodiesCount(&bodies);
+        configuration->GetImportedBodiesCount(&imported);
+        const bool hasPartition = SUCCEEDED(configuration->get_PartitionStreamName(partition.put()));
+        std::cout << coloured(printable(nameOf(*configuration)), 6)
+                  << fmt::format("\tbodies {}\timported {}\tpartition {}\n", bodies, imported, hasPartition ? printable(partition.view()) : "none");
+    }
+}
+
+void extract(const Options& options)
+{
+    const Document document(options.file);
+    document.requireReadable();
+    std::filesystem::create_directories(options.folder);
+    std::size_t failed = 0;
+    const auto attempt = [&](const std::string& path, const auto& get) {
+        try {
+            extractOne(path, get);
+        } catch (const Failure& failure) {
+            complain(failure.what());
+            ++failed;
+        }
+    };
+    for (const auto& configuration : wanted(document, options)) {
+        const std::u16string name = nameOf(*configuration);
+        LONG bodies = 0;
+        LONG imported = 0;
+        configuration->GetBodiesCount(&bodies);
+        configuration->GetImportedBodiesCount(&imported);
+        for (LONG i = 0; i < bodies; ++i)
+            attempt(targetPath(options, name, fmt::format("body-{}", i)),
+                    [&](BSTR path, KvDmBodyError* error) { return configuration->GetBody(i, path, error); });
+        for (LONG i = 0, before = static_cast<LONG>(failed); i < imported && static_cast<LONG>(failed) == before; ++i)
+            attempt(targetPath(options, name, fmt::format("imported-{}", i)),
+                    [&](BSTR path, KvDmBodyError* error) { return configuration->GetImportedBody(i, path, error); });
+        OwnedBstr partition;
+        if (SUCCEEDED(configuration->get_PartitionStreamName(partition.put()))) {
+            const std::string path = targetPath(options, name, "partition");
+            KvDmBodyError error = kvDmBodyErrorNone;
+            configuration->GetPartitionStream(OwnedBstr(fromUtf8(path, IllFormed::keep)).get(), &error);
+            if (error == kvDmBodyErrorNone)
+                std::cout << path << '\n';
+            else if (error != kvBodyErrorNoData) {
+                complain(path + ": " + reasonOf(error));
+                ++failed;
+            }
+        }
+    }
+    if (failed)
+        throw Failure(fmt::format("{}: {} of its bodies could not be extracted", options.file, failed));
+}
+
+} // namespace
+
+void addBodies(CLI::App& app, int& exitCode)
+{
+    CLI::App* bodies = app.add_subcommand("bodies", "Solid bodies, imported bodies and partitions, in the CAD system's own form");
+    bodies->require_subcommand(1);
+    auto options = std::make_shared<Options>();
+    for (const bool extracts : {false, true}) {
+        CLI::App* command = extracts ? bodies->add_subcommand("extract", "Writes them to files and prints the names")
+                                     : bodies->add_subcommand("list", "Counts them, a line a configuration");
+        command->add_option("FILE", options->file, "The document")->required();
+        command->add_option("--config", options->configuration, "One configuration alone");
+        if (extracts)
+            command->add_option("-o,--output", options->folder, "The folder for the files")->capture_default_str();
+        command->callback([options, extracts, &exitCode] {
+            exitCode = forEachFile({options->file}, [&](const std::string&) { extracts ? extract(*options) : list(*options); });
+        });
+    }
+}
+
+} // namespace kvdm::tool
