@@ -61,8 +61,8 @@ try {
         scattered.root().filled(u"Body", scatteredSize, 'Z');
         scattered.root().filled(u"Other", scatteredSize, 'Y');
         const std::string scatteredPath = folder.file("scattered" + std::to_string(version));
-        if (!whole.write(path) || !scattered.write(scatteredPath))
-            throw std::runtime_error("the files cannot be written");
+        makeDenseFile(path, whole);
+        makeDenseFile(scatteredPath, scattered);
         registerRead("version " + std::to_string(version), path, streamSize);
         registerRead("version " + std::to_string(version) + ", every other sector", scatteredPath, scatteredSize);
     }

@@ -95,6 +95,21 @@ std::vector<std::string> makeSmallDocuments(const TemporaryFolder& folder, std::
     return paths;
 }
 
+void makeDenseFile(const std::string& path, const test::CompoundFileBuilder& builder)
+{
+    const std::string draft = path + ".draft";
+    std::ofstream file(path, std::ios::binary);
+    if (!builder.write(draft))
+        throw std::runtime_error(draft + " cannot be written");
+    std::ifstream source(draft, std::ios::binary);
+    std::string block(1 << 20, '\0');
+    while (source.read(block.data(), static_cast<std::streamsize>(block.size())).gcount() > 0)
+        file.write(block.data(), source.gcount());
+    if (!file.flush())
+        throw std::runtime_error(path + " cannot be written");
+    std::filesystem::remove(draft);
+}
+
 void makePlainFile(const std::string& path, std::uint64_t bytes)
 {
     std::ofstream file(path, std::ios::binary);

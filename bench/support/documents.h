@@ -33,4 +33,8 @@ std::vector<std::string> makeSmallDocuments(const TemporaryFolder& folder, std::
 // A plain file, dense on the disk.
 void makePlainFile(const std::string& path, std::uint64_t bytes);
 
+// A compound file of the builder, written by the same large blocks as a plain file. The system keeps a file in memory in pieces
+// as large as the writes that made it, and copies out of large pieces more than twice as fast.
+void makeDenseFile(const std::string& path, const test::CompoundFileBuilder& builder);
+
 } // namespace kvdm::bench

@@ -1,5 +1,7 @@
 #include "support/engine.h"
 
+#include "support/pageBuffer.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <vector>
@@ -39,7 +41,7 @@ std::uint64_t readByBlocks(IStorage& storage, const char16_t* stream, std::size_
 {
     ComPtr<IStream> input;
     require(storage.OpenStream(stream, nullptr, readExclusive, 0, input.put()), "OpenStream");
-    std::vector<std::uint8_t> buffer(block);
+    const PageBuffer buffer(block);
     std::uint64_t total = 0;
     for (ULONG read = 1; read > 0; total += read)
         require(input->Read(buffer.data(), static_cast<ULONG>(block), &read), "Read");

@@ -1,5 +1,7 @@
 #include "support/gsfPeer.h"
 
+#include "support/pageBuffer.h"
+
 #include <gsf/gsf.h>
 
 #include <algorithm>
@@ -102,7 +104,7 @@ std::uint64_t readByBlocks(const std::string& path, const char* stream, std::siz
 {
     const File file = open(path, Access::stdio);
     const Owned<GsfInput> input = require(gsf_infile_child_by_name(file.infile.get(), stream), stream);
-    std::vector<guint8> buffer(block);
+    const PageBuffer buffer(block);
     std::uint64_t total = 0;
     for (std::uint64_t left = static_cast<std::uint64_t>(gsf_input_size(input.get())); left > 0;) {
         const std::size_t count = static_cast<std::size_t>(std::min<std::uint64_t>(left, block));
