@@ -82,31 +82,25 @@ void decodeChunkForm(const CPRawCodec& codec, const std::vector<std::uint8_t>& i
         output.deliver(used);
 }
 
-// The whole input as a reader for explode.
+// The whole input as a reader for explode, until no more is wanted.
 struct MemoryInput
 {
     const std::vector<std::uint8_t>& bytes;
+    const suDecodedOutput& output;
     std::size_t given = 0;
 
     static std::uint32_t read(void* context, const std::uint8_t** bytes)
     {
-        constexpr std::size_t portion = 0x40000000;
+        constexpr std::size_t portion = 0x10000;
         auto& self = *static_cast<MemoryInput*>(context);
+        if (!self.output.isWanted())
+            return 0;
         const std::size_t count = std::min(portion, self.bytes.size() - self.given);
         *bytes = self.bytes.data() + self.given;
         self.given += count;
         return static_cast<std::uint32_t>(count);
     }
 };
-
-bool isImploded(const std::vector<std::uint8_t>& input, suDecodedOutput& output)
-{
-    MemoryInput source{input};
-    const auto discard = [](void* context, const std::uint8_t*, std::uint32_t) -> int {
-        return static_cast<suDecodedOutput*>(context)->isWanted() ? 0 : 1;
-    };
-    return explode(&MemoryInput::read, &source, discard, &output) == explodeDone;
-}
 
 // Gathers the small windows of explode.
 class ExplodeBatch
@@ -169,8 +163,13 @@ private:
 int explodeStream(suReader reader, void* readerContext, suDecodedOutput& output)
 {
     ExplodeBatch batch(output);
-    const int result = explode(reader, readerContext, &ExplodeBatch::write, &batch);
-    return batch.flush() || result != explodeDone ? result : explodeWriterFailed;
+    try {
+        const int result = explode(reader, readerContext, &ExplodeBatch::write, &batch);
+        return batch.flush() || result != explodeDone ? result : explodeWriterFailed;
+    } catch (...) {
+        batch.flush(); // the failure of a reader comes behind the bytes before it
+        throw;
+    }
 }
 
 void decodeStream(const CPRawCodec& codec, suReader reader, void* readerContext, suDecodedOutput& output, std::uint32_t readSize)
@@ -182,8 +181,9 @@ void decodeStream(const CPRawCodec& codec, suReader reader, void* readerContext,
         return;
     }
     const std::vector<std::uint8_t> whole = input.takeAllSince(head);
-    if (isImploded(whole, output)) {
-        MemoryInput source{whole};
+    MemoryInput toCheck{whole, output};
+    if (checkImploded(&MemoryInput::read, &toCheck) == explodeDone) {
+        MemoryInput source{whole, output};
         explodeStream(&MemoryInput::read, &source, output);
     } else if (output.isWanted()) {
         decodeChunkForm(codec, whole, output);

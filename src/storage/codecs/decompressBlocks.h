@@ -6,7 +6,7 @@
 // What safe means here: the input may be hostile. Of the block form never more than two blocks of the checked sizes are in
 // memory, of the other two the input itself and one batch of output. Output goes on as it is made and is never collected, so
 // that the ratio of a form (188:1 imploded, about 5500:1 in chunks of zeros) costs a reader only what it asks for. To tell
-// imploded data from chunks the input is decoded once for the answer alone before anything is handed on.
+// imploded data from chunks, its codes are walked through once before anything is handed on.
 #pragma once
 
 #include "storage/codecs/codecCallbacks.h"

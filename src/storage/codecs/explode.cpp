@@ -126,7 +126,19 @@ private:
     std::uint8_t bytes[windowSize];
 };
 
-int decode(BitSource& input, Window& window)
+// How much output there would be.
+class NoWindow
+{
+public:
+    bool put(std::uint8_t) { return ++length != 0; }
+    bool reaches(std::uint32_t distance) const { return distance <= length; }
+    bool repeat(std::uint32_t, std::uint32_t count) { return (length += count) != 0; }
+
+private:
+    std::uint64_t length = 0;
+};
+
+template <class Output> int decode(BitSource& input, Output& window)
 {
     const auto literalForm = input.bits(8);
     if (!literalForm)
@@ -180,6 +192,13 @@ int explode(suReader reader, void* readerContext, suWriter writer, void* writerC
     if (result == explodeWriterFailed)
         return result;
     return window.flush() || result != explodeDone ? result : explodeWriterFailed;
+}
+
+int checkImploded(suReader reader, void* readerContext)
+{
+    BitSource input(reader, readerContext);
+    NoWindow output;
+    return decode(input, output);
 }
 
 } // namespace kvdm

@@ -18,4 +18,8 @@ constexpr int explodeBadDistance = -3; // beyond the data that came so far
 // bits are needed. Memory is one window.
 int explode(suReader reader, void* readerContext, suWriter writer, void* writerContext);
 
+// The result that explode would have, found by walking through the codes without making the output: hostile input of 188
+// bytes of output a byte costs no more than any other.
+int checkImploded(suReader reader, void* readerContext);
+
 } // namespace kvdm

@@ -113,15 +113,5 @@ TEST(Explode, DamageIsToldByTheResultAndWhatCameOutStays)
     }
 }
 
-TEST(Explode, RefusingWriterEndsTheWork)
-{
-    PieceReader source{corpusBytes("tables.imploded"), 16};
-    CollectingWriter target;
-    target.refuseFrom = 1;
-    EXPECT_EQ(explode(&PieceReader::read, &source, &CollectingWriter::write, &target), explodeWriterFailed);
-    EXPECT_EQ(target.pieces.size(), 1U);
-    EXPECT_LT(source.position, source.bytes.size());
-}
-
 } // namespace
 } // namespace kvdm::test
