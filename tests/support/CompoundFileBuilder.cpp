@@ -466,7 +466,7 @@ bool writeWholeFile(const std::string& path, const Bytes& bytes)
     std::FILE* file = std::fopen(path.c_str(), "wb");
     if (!file)
         return false;
-    const bool good = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    const bool good = bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
     return std::fclose(file) == 0 && good;
 }
 
