@@ -53,6 +53,28 @@ void BlockFile::measure()
 std::size_t BlockFile::readFresh(std::uint64_t offset, void* buffer, std::size_t count)
 {
     auto* out = static_cast<std::uint8_t*>(buffer);
+    if (memory.empty() || offset + count <= memoryFrom)
+        return iReadArray(offset, out, count);
+    std::size_t done = 0;
+    if (offset < memoryFrom) {
+        done = static_cast<std::size_t>(memoryFrom - offset);
+        const std::size_t got = iReadArray(offset, out, done);
+        std::memset(out + got, 0, done - got);
+    }
+    const std::uint64_t from = offset + done - memoryFrom;
+    const std::size_t piece = from < memory.size() ? std::min<std::size_t>(count - done, memory.size() - static_cast<std::size_t>(from)) : 0;
+    std::copy_n(memory.begin() + static_cast<std::ptrdiff_t>(piece != 0 ? from : 0), piece, out + done);
+    return done + piece;
+}
+
+void BlockFile::keepWritesInMemory(std::uint64_t from)
+{
+    memoryFrom = from;
+    memory.clear();
+}
+
+std::size_t BlockFile::iReadArray(std::uint64_t offset, std::uint8_t* out, std::size_t count)
+{
     std::size_t done = 0;
     while (done < count) {
         const ULONG wanted = static_cast<ULONG>(std::min<std::size_t>(count - done, 1u << 30));
@@ -132,6 +154,16 @@ void BlockFile::write(std::uint64_t offset, const void* source, std::size_t coun
             if (block.index == index)
                 block.index = ~std::uint64_t{0};
         }
+    }
+    if (memoryFrom != ~std::uint64_t{0}) {
+        if (offset < memoryFrom)
+            throw suOleException(STG_E_ACCESSDENIED);
+        const auto at = static_cast<std::size_t>(offset - memoryFrom);
+        if (memory.size() < at + count)
+            memory.resize(at + count);
+        std::copy_n(from, count, memory.begin() + static_cast<std::ptrdiff_t>(at));
+        byteCount = std::max(byteCount, offset + count);
+        return;
     }
     std::size_t done = 0;
     while (done < count) {

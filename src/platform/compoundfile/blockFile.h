@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace kvdm {
 
@@ -37,6 +38,8 @@ public:
     void flush();
     void setSize(std::uint64_t bytes);
     void forget() noexcept; // drops what is cached
+    // For a file that may not be written: from this offset on, behind the end, what is written stays in memory.
+    void keepWritesInMemory(std::uint64_t from);
 
     ILockBytes& lockBytes() const noexcept { return *bytes; }
 
@@ -50,11 +53,14 @@ private:
     };
 
     Block& iBlock(std::uint64_t index);
+    std::size_t iReadArray(std::uint64_t offset, std::uint8_t* out, std::size_t count);
 
     ComPtr<ILockBytes> bytes;
     std::uint64_t byteCount = 0;
     std::array<std::array<Block, ways>, sets> cache;
     std::array<std::uint8_t, sets> nextWay{};
+    std::uint64_t memoryFrom = ~std::uint64_t{0};
+    std::vector<std::uint8_t> memory;
 };
 
 } // namespace kvdm

@@ -2,10 +2,26 @@
 
 #include "common/exceptions.h"
 
+#include <algorithm>
+
 namespace kvdm {
+namespace {
+
+constexpr DWORD accessMask = 0x3;
+constexpr std::size_t smallStreamsInMemory = 4096; // 16 MiB of them at most, besides those that are open
+
+FILETIME timeNow() noexcept
+{
+    FILETIME now{};
+    CoFileTimeNow(&now);
+    return now;
+}
+
+} // namespace
 
 CompoundFile::CompoundFile(ComPtr<ILockBytes> lockBytes)
-    : file(lockBytes), locks(lockBytes), table(file), directory(file, table), mini(ContentHome{file, table, mini})
+    : file(lockBytes), locks(lockBytes), table(file), allocator(file, table, locks), directory(file, table),
+      mini(ContentHome{file, table, allocator, mini})
 {}
 
 CompoundFile::~CompoundFile() = default;
@@ -15,12 +31,51 @@ void CompoundFile::open(DWORD mode)
     if (const HRESULT status = locks.acquire(mode); FAILED(status))
         throw suOleException(status);
     try {
+        mayWrite = (mode & accessMask) != STGM_READ;
         iReadHeader();
         file.measure(); // after the header: what it tells of was there before it
         iStart();
-        const EntryView root = directory.entry(rootId);
-        if (root.type() != EntryType::root)
-            throw suOleException(STG_E_DOCFILECORRUPT);
+    } catch (...) {
+        locks.release();
+        throw;
+    }
+}
+
+void CompoundFile::create(DWORD mode)
+{
+    if (const HRESULT status = locks.acquire(mode); FAILED(status))
+        throw suOleException(status);
+    try {
+        mayWrite = true;
+        file.measure();
+        if (file.size() != 0) {
+            if ((mode & STGM_CREATE) == 0)
+                throw suOleException(STG_E_FILEALREADYEXISTS);
+            if (locks.readersPresent())
+                throw suOleException(STG_E_SHAREVIOLATION); // what somebody reads is not pulled away
+            file.setSize(0);
+        }
+        header = CompoundHeader();
+        header.fatSectors = 1;
+        header.fat[0] = 0;
+        header.directoryStart = 1;
+        std::vector<std::uint8_t> image(3 * header.sectorBytes(), 0xFF);
+        headerOnDisk = header.encode();
+        std::copy(headerOnDisk.begin(), headerOnDisk.end(), image.begin());
+        std::uint8_t* fat = image.data() + header.sectorBytes();
+        writeLe32(fat, fatSectorMark);
+        writeLe32(fat + 4, endOfChain);
+        std::uint8_t* entries = fat + header.sectorBytes();
+        for (std::uint32_t i = 0; i < header.sectorBytes() / entryBytes; ++i)
+            EntryEditor(entries + i * entryBytes).clear();
+        EntryEditor root(entries);
+        root.setName(u"Root Entry");
+        root.setType(EntryType::root);
+        root.setBlack(true);
+        root.setStart(endOfChain);
+        root.setModified(timeNow());
+        file.write(0, image.data(), image.size());
+        iStart();
     } catch (...) {
         locks.release();
         throw;
@@ -29,6 +84,8 @@ void CompoundFile::open(DWORD mode)
 
 void CompoundFile::close() noexcept
 {
+    if (mayWrite)
+        allocator.dropGrowth();
     locks.release();
 }
 
@@ -54,10 +111,19 @@ void CompoundFile::iReadHeader()
 void CompoundFile::iStart()
 {
     const bool wide = header.majorVersion >= 4;
+    file.forget();
     table.start(header);
+    allocator.start(header.transactionSignature, !wide, !mayWrite);
     directory.start(header.directoryStart, wide);
     contents.clear();
+    toWrite.clear();
+    retired.clear();
+    torn = false;
+    if (!mayWrite)
+        file.keepWritesInMemory(table.offsetOf(table.sectorCount()));
     const EntryView root = directory.entry(rootId);
+    if (root.type() != EntryType::root)
+        throw suOleException(STG_E_DOCFILECORRUPT);
     mini.start(header.miniFatStart, root.start(), root.size(wide));
 }
 
@@ -95,15 +161,155 @@ std::vector<ElementId> CompoundFile::children(ElementId storage)
     return directory.children(storage);
 }
 
-std::shared_ptr<StreamContent> CompoundFile::content(ElementId stream)
+std::shared_ptr<StreamContent> CompoundFile::content(ElementId stream, bool isToWrite)
 {
+    if (isToWrite)
+        iRelieveMemory();
     std::weak_ptr<StreamContent>& known = contents[stream];
-    if (auto open = known.lock())
-        return open;
-    const EntryView entry = directory.entry(stream);
-    auto result = std::make_shared<StreamContent>(ContentHome{file, table, mini}, entry.start(), directory.sizeOf(stream));
-    known = result;
+    std::shared_ptr<StreamContent> result = known.lock();
+    if (!result) {
+        const EntryView entry = directory.entry(stream);
+        result = std::make_shared<StreamContent>(ContentHome{file, table, allocator, mini}, entry.start(), directory.sizeOf(stream));
+        known = result;
+    }
+    if (isToWrite)
+        toWrite.insert_or_assign(stream, result);
     return result;
+}
+
+std::shared_ptr<StreamContent> CompoundFile::emptyContent()
+{
+    return std::make_shared<StreamContent>(ContentHome{file, table, allocator, mini}, endOfChain, 0);
+}
+
+// Nothing more may be built on a state that was left in pieces; only Revert helps.
+void CompoundFile::iCheckWhole() const
+{
+    if (torn || directory.isTorn())
+        throw suOleException(STG_E_INSUFFICIENTMEMORY);
+}
+
+ElementId CompoundFile::create(ElementId storage, std::u16string_view name, bool isStorage)
+{
+    iCheckWhole();
+    const ElementId id = directory.insert(storage, name);
+    EntryEditor entry = directory.edit(id);
+    entry.setType(isStorage ? EntryType::storage : EntryType::stream);
+    entry.setStart(isStorage ? 0 : endOfChain);
+    if (isStorage) {
+        const FILETIME now = timeNow();
+        entry.setCreated(now);
+        entry.setModified(now);
+    }
+    contents.erase(id);
+    return id;
+}
+
+void CompoundFile::destroy(ElementId storage, ElementId element)
+{
+    iCheckWhole();
+    std::vector<ElementId> all{element}; // with everything below it; no recursion, since a hostile tree may be deep
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (directory.entry(all[i]).type() == EntryType::stream)
+            continue;
+        const std::vector<ElementId> below = directory.children(all[i]);
+        all.insert(all.end(), below.begin(), below.end());
+    }
+    directory.unlink(storage, element);
+    torn = true;
+    for (const ElementId id : all) {
+        if (directory.entry(id).type() == EntryType::stream)
+            iDropContent(id);
+        directory.release(id);
+    }
+    torn = false;
+}
+
+void CompoundFile::rename(ElementId storage, ElementId element, std::u16string_view name)
+{
+    iCheckWhole();
+    directory.unlink(storage, element);
+    torn = true; // until it is linked again
+    directory.link(storage, element, name);
+    torn = false;
+}
+
+void CompoundFile::change(ElementId element, const ElementChange& change)
+{
+    iCheckWhole();
+    EntryEditor entry = directory.edit(element);
+    if (change.clsid)
+        entry.setClsid(*change.clsid);
+    if (change.stateBits)
+        entry.setStateBits(*change.stateBits);
+    if (change.created)
+        entry.setCreated(*change.created);
+    if (change.modified)
+        entry.setModified(*change.modified);
+}
+
+// The bytes of a stream that is destroyed: gone from the working state.
+void CompoundFile::iDropContent(ElementId stream)
+{
+    const std::shared_ptr<StreamContent> bytes = content(stream, false);
+    const EntryView entry = directory.entry(stream);
+    const std::uint64_t size = directory.sizeOf(stream);
+    if (size != 0 && size < miniCutoff)
+        mini.release(entry.start(), size);
+    bytes->discard();
+    iRetire(bytes->droppedSectors());
+    toWrite.erase(stream);
+    contents.erase(stream);
+}
+
+// Sectors that the working state does not use any more: the commit sets them free.
+void CompoundFile::iRetire(std::vector<SectorChain::Run>& dropped)
+{
+    while (!dropped.empty()) {
+        const SectorChain::Run run = dropped.back();
+        if (run.fresh)
+            allocator.giveBack({run.sector, run.count}, allocator.epoch());
+        else
+            retired.add(run.sector, run.count);
+        dropped.pop_back();
+    }
+}
+
+// Small streams that nobody has open any more need not wait in memory for the commit.
+void CompoundFile::iRelieveMemory()
+{
+    if (toWrite.size() < smallStreamsInMemory)
+        return;
+    for (auto each = toWrite.begin(); each != toWrite.end();) {
+        if (each->second.use_count() == 1 && each->second->isSmall()) {
+            iPlaceContent(each->first, *each->second);
+            contents.erase(each->first);
+            each = toWrite.erase(each);
+        } else
+            ++each;
+    }
+}
+
+// Puts down what is new and tells the entry where it is. Only then what was there before goes.
+void CompoundFile::iPlaceContent(ElementId stream, StreamContent& content)
+{
+    content.flush();
+    if (!content.isChanged())
+        return;
+    const EntryView before = directory.entry(stream);
+    const std::uint64_t sizeBefore = directory.sizeOf(stream);
+    const std::uint32_t startBefore = before.start();
+    const std::uint32_t start = content.isSmall() ? mini.place(content.smallBytes()) : content.sectors().start();
+    torn = true;
+    EntryEditor entry = directory.edit(stream);
+    entry.setStart(start);
+    entry.setSize(content.size());
+    if (sizeBefore != 0 && sizeBefore < miniCutoff)
+        mini.release(startBefore, sizeBefore);
+    iRetire(content.droppedSectors());
+    if (content.isSmall())
+        content.settle(start);
+    torn = false;
 }
 
 HRESULT isCompoundFile(ILockBytes& bytes) noexcept

@@ -6,15 +6,22 @@
 #include "platform/compoundfile/directory.h"
 #include "platform/compoundfile/elementStore.h"
 #include "platform/compoundfile/miniStore.h"
+#include "platform/compoundfile/sectorAllocator.h"
 #include "platform/compoundfile/shareLocks.h"
 
+#include <map>
 #include <mutex>
 #include <unordered_map>
 
 namespace kvdm {
 
+class TableUpdate;
+
 // Shared by the root storage and all objects under it. Every object of the tree takes the mutex for each of its operations, so
 // that a stream may be read by a worker while the client's thread uses another.
+//
+// What its operations change is the working state: directory pages and small streams in memory, large streams in sectors that
+// the committed state does not use. Only commit() (commit.cpp) makes it the committed one.
 class CompoundFile final : public ElementStore
 {
 public:
@@ -25,15 +32,30 @@ public:
 
     // Takes the locks that the mode asks for and reads the header. Throws suOleException: see StgOpenStorageOnILockBytes.
     void open(DWORD mode);
+    // Takes the locks and makes an empty version 3 file of the byte array; what it held is gone unless `mode` lacks
+    // STGM_CREATE, which refuses a byte array that is not empty.
+    void create(DWORD mode);
     // The root is gone: gives up the locks. What is not committed is lost.
     void close() noexcept;
 
     std::optional<ElementId> find(ElementId storage, std::u16string_view name) override;
     ElementInfo info(ElementId element) override;
     std::vector<ElementId> children(ElementId storage) override;
-    std::shared_ptr<StreamContent> content(ElementId stream) override;
+    std::shared_ptr<StreamContent> content(ElementId stream, bool toWrite) override;
+    std::shared_ptr<StreamContent> emptyContent() override;
+    ElementId create(ElementId storage, std::u16string_view name, bool isStorage) override;
+    void destroy(ElementId storage, ElementId element) override;
+    void rename(ElementId storage, ElementId element, std::u16string_view name) override;
+    void change(ElementId element, const ElementChange& change) override;
     // The name with the zero units inside it that no interface can carry.
     std::u16string storedName(ElementId element);
+
+    // Makes the working state the committed one: shadow commit, see commit.cpp. Throws; the file holds the old state then,
+    // or, when only the last flush failed, the new one.
+    void commit(DWORD flags);
+    // Back to the committed state. Objects that are open below the root must have been told before.
+    void revert();
+    bool isChanged() const noexcept;
 
     ILockBytes& lockBytes() const noexcept { return file.lockBytes(); }
 
@@ -42,15 +64,29 @@ public:
 private:
     void iReadHeader();
     void iStart();
+    void iCheckWhole() const;
+    void iDropContent(ElementId stream);
+    void iRetire(std::vector<SectorChain::Run>& dropped);
+    void iPlaceContent(ElementId stream, StreamContent& content);
+    void iRelieveMemory();
+    void iPlaceAll();
+    void iWriteSectors(std::vector<PagedChain::Piece>& pieces);
+    HRESULT iPutHeader(const HeaderBytes& next, DWORD flags);
+    void iAdopt(const CompoundHeader& next, const HeaderBytes& nextBytes, TableUpdate& update, bool isSafe) noexcept;
 
     BlockFile file;
     ShareLocks locks;
     CompoundHeader header;
     HeaderBytes headerOnDisk{};
     AllocationTable table;
+    SectorAllocator allocator;
     Directory directory;
     MiniStore mini;
     std::unordered_map<ElementId, std::weak_ptr<StreamContent>> contents;
+    std::map<ElementId, std::shared_ptr<StreamContent>> toWrite;
+    SectorSet retired; // of the committed state, not used by the working state
+    bool mayWrite = false;
+    bool torn = false; // a change was cut short by exhausted memory
 };
 
 // Whether the bytes begin as those of a compound file do: S_OK or S_FALSE, or why they cannot be read.

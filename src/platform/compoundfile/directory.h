@@ -45,6 +45,7 @@ public:
     void trim();
 
     PagedChain& table() noexcept { return pages; }
+    bool isChanged() const noexcept { return pages.isChanged(); }
     // A structure that was left half changed by exhausted memory: nothing of it may be committed.
     bool isTorn() const noexcept { return torn; }
 
@@ -63,9 +64,12 @@ private:
     std::optional<std::uint32_t> iFindInTree(std::uint32_t storage, std::u16string_view name);
     std::vector<std::uint32_t> iWalk(std::uint32_t storage, bool& sound);
     std::uint32_t iTakeFree();
-    std::uint32_t iHighestDepth();
     void iMakeSound(std::uint32_t storage);
     void iRebuild(std::uint32_t storage, const std::vector<std::uint32_t>& sorted);
+    bool iUnlinkBalanced(std::uint32_t storage, std::uint32_t id);
+    bool iIsRed(std::uint32_t id);
+    std::uint32_t iRotate(std::uint32_t top, bool leftComesUp);
+    void iSetChild(std::uint32_t storage, const std::vector<std::uint32_t>& path, std::size_t depth, std::uint32_t from, std::uint32_t to);
     std::uint32_t iBalanced(const std::vector<std::uint32_t>& sorted, std::size_t from, std::size_t to, unsigned level, unsigned redLevel);
 
     PagedChain pages;

@@ -28,6 +28,14 @@ public:
 
     bool isReverted() const noexcept { return reverted; }
     bool isOpen(ElementId child) const { return open.contains(child); }
+    // True for the element itself and all that is open below it.
+    bool contains(const OpenElement& other) const noexcept
+    {
+        const OpenElement* at = &other;
+        while (at && at != this)
+            at = at->parent;
+        return at == this;
+    }
     void revertChildren() noexcept
     {
         for (auto& [childId, child] : open)

@@ -1,6 +1,7 @@
 #include "platform/compoundfile/pagedChain.h"
 
 #include "common/exceptions.h"
+#include "platform/compoundfile/sectorAllocator.h"
 
 #include <cstring>
 
@@ -70,14 +71,34 @@ void PagedChain::removeLast()
     changed = true;
 }
 
-std::vector<std::uint32_t> PagedChain::changedPages() const
+void PagedChain::place(SectorAllocator& allocator, std::vector<SectorChain::Run>& dropped)
 {
-    std::vector<std::uint32_t> list;
+    if (!changed)
+        return;
+    for (std::uint32_t i = 0; i < pages.size(); ++i) {
+        if (!pages[i].isChanged)
+            continue;
+        const SectorChain::Run there = chain.at(i);
+        if (there.count != 0 && there.fresh)
+            continue;
+        const SectorRun fresh = allocator.take(1);
+        try {
+            chain.put(i, fresh, dropped);
+        } catch (...) {
+            allocator.giveBack(fresh, allocator.epoch());
+            throw;
+        }
+    }
+    if (total && chain.length() > *total)
+        chain.truncate(*total, dropped);
+}
+
+void PagedChain::changedPages(std::vector<Piece>& pieces)
+{
     for (std::uint32_t i = 0; i < pages.size(); ++i) {
         if (pages[i].isChanged)
-            list.push_back(i);
+            pieces.push_back({chain.at(i).sector, pages[i].bytes.get()});
     }
-    return list;
 }
 
 void PagedChain::settle() noexcept

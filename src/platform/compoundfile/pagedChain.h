@@ -10,6 +10,8 @@
 
 namespace kvdm {
 
+class SectorAllocator;
+
 class PagedChain
 {
 public:
@@ -29,10 +31,17 @@ public:
     std::uint32_t append(std::uint8_t fill);
     void removeLast();
 
-    SectorChain& sectors() noexcept { return chain; }
-    // The changed pages, by their place in the table.
-    std::vector<std::uint32_t> changedPages() const;
     bool isChanged() const noexcept { return changed; }
+    // Gives every changed page a fresh sector, where it has none yet. Sectors that were replaced are handed to `dropped`.
+    void place(SectorAllocator& allocator, std::vector<SectorChain::Run>& dropped);
+    SectorChain& sectors() noexcept { return chain; }
+    // What is to be written where, once every page has its sector.
+    struct Piece
+    {
+        std::uint32_t sector;
+        const std::uint8_t* bytes;
+    };
+    void changedPages(std::vector<Piece>& pieces);
     // Everything is in the committed state now.
     void settle() noexcept;
 

@@ -1,6 +1,7 @@
 #include "platform/compoundfile/sectorChain.h"
 
 #include "common/exceptions.h"
+#include "platform/compoundfile/sectorSet.h"
 
 #include <algorithm>
 
@@ -162,6 +163,20 @@ void SectorChain::settle() noexcept
 {
     for (Run& run : known)
         run.fresh = false;
+}
+
+void SectorChain::markFresh(const SectorSet& sectors)
+{
+    std::vector<Run> marked;
+    for (const Run& run : known) {
+        for (std::uint32_t done = 0; done < run.count;) {
+            bool isIn = false;
+            const SectorRun part = sectors.stretch(run.sector + done, run.count - done, isIn);
+            iAppend(marked, part.sector, part.count, run.fresh || isIn);
+            done += part.count;
+        }
+    }
+    known = std::move(marked);
 }
 
 } // namespace kvdm

@@ -8,6 +8,8 @@
 
 namespace kvdm {
 
+class SectorSet;
+
 // A piece of a file: neighbouring sectors.
 struct SectorRun
 {
@@ -51,6 +53,8 @@ public:
     void truncate(std::uint32_t sectors, std::vector<Run>& dropped);
     // All sectors are part of the committed state now, or belong to somebody else.
     void settle() noexcept;
+    // Those of the set are fresh besides the ones that are already.
+    void markFresh(const SectorSet& sectors);
 
 private:
     void iWalk(std::uint64_t sectors);

@@ -33,6 +33,29 @@ HRESULT checkOpenMode(DWORD mode, bool byPath) noexcept
     return S_OK;
 }
 
+// The mode of a root that is to be made.
+HRESULT checkCreateMode(DWORD mode, bool byPath) noexcept
+{
+    const DWORD access = mode & accessMask, share = mode & shareMask;
+    if ((mode & ~knownFlags) != 0 || access == accessMask || access == STGM_READ || share > STGM_SHARE_DENY_NONE)
+        return STG_E_INVALIDFLAG;
+    if ((mode & (STGM_NOSNAPSHOT | STGM_PRIORITY)) != 0)
+        return STG_E_INVALIDFLAG;
+    if ((mode & (STGM_SIMPLE | STGM_DIRECT_SWMR | STGM_CONVERT)) != 0)
+        return STG_E_UNIMPLEMENTEDFUNCTION;
+    if (byPath && (mode & STGM_TRANSACTED) == 0 && share != STGM_SHARE_EXCLUSIVE)
+        return STG_E_INVALIDFLAG;
+    return S_OK;
+}
+
+HRESULT createOn(ComPtr<ILockBytes> bytes, DWORD mode, std::u16string deleteOnRelease, IStorage** out)
+{
+    auto file = std::make_shared<CompoundFile>(std::move(bytes));
+    file->create(mode);
+    *out = StorageObject::makeRoot(std::move(file), mode & ~(STGM_CREATE | STGM_DELETEONRELEASE), std::move(deleteOnRelease)).detach();
+    return S_OK;
+}
+
 HRESULT openOn(ComPtr<ILockBytes> bytes, DWORD mode, IStorage** out)
 {
     auto file = std::make_shared<CompoundFile>(std::move(bytes));
@@ -100,11 +123,54 @@ extern "C"
             auto bytes = kvdm::openFileLockBytes(kvdm::textOf(path), access, kvdm::FileCreation::openExisting, status);
             if (!bytes)
                 return status;
-            STATSTG statistics{};
+            status = kvdm::automationCall([&] { return kvdm::openOn(std::move(bytes), mode, out); });
             // An empty file is there: it is no storage, but it is not missing either.
-            if (SUCCEEDED(bytes->Stat(&statistics, STATFLAG_NONAME)) && statistics.cbSize.QuadPart == 0)
-                return STG_E_FILEALREADYEXISTS;
-            return kvdm::openOn(std::move(bytes), mode, out);
+            return status == STG_E_FILENOTFOUND ? STG_E_FILEALREADYEXISTS : status;
+        });
+    }
+
+    HRESULT StgCreateDocfileOnILockBytes(ILockBytes* bytes, DWORD mode, DWORD reserved, IStorage** out) noexcept
+    {
+        if (!out)
+            return STG_E_INVALIDPOINTER;
+        *out = nullptr;
+        if (!bytes)
+            return STG_E_INVALIDPOINTER;
+        if (reserved != 0)
+            return STG_E_INVALIDPARAMETER;
+        return kvdm::automationCall([&]() -> HRESULT {
+            const HRESULT status = kvdm::checkCreateMode(mode, false);
+            // A byte array cannot be deleted: that flag says nothing here.
+            return FAILED(status) ? status : kvdm::createOn(kvdm::ComPtr<ILockBytes>::share(bytes), mode, {}, out);
+        });
+    }
+
+    HRESULT StgCreateDocfile(LPCOLESTR path, DWORD mode, DWORD reserved, IStorage** out) noexcept
+    {
+        if (!out)
+            return STG_E_INVALIDPOINTER;
+        *out = nullptr;
+        if (reserved != 0)
+            return STG_E_INVALIDPARAMETER;
+        return kvdm::automationCall([&]() -> HRESULT {
+            HRESULT status = kvdm::checkCreateMode(mode, true);
+            if (FAILED(status))
+                return status;
+            std::u16string name;
+            auto creation = (mode & STGM_CREATE) != 0 ? kvdm::FileCreation::openAlways : kvdm::FileCreation::createNew;
+            if (path)
+                name = kvdm::textOf(path);
+            else { // a new name in the folder for such files
+                const auto made = kvdm::temporaryFile(kvdm::temporaryFolder(), u"kvd");
+                if (!made)
+                    return STG_E_ACCESSDENIED;
+                name = *made;
+                creation = kvdm::FileCreation::openAlways;
+            }
+            auto bytes = kvdm::openFileLockBytes(name, kvdm::FileAccess::readWrite, creation, status);
+            if (!bytes)
+                return status;
+            return kvdm::createOn(std::move(bytes), mode, (mode & STGM_DELETEONRELEASE) != 0 ? name : std::u16string(), out);
         });
     }
 

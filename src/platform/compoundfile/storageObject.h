@@ -4,15 +4,25 @@
 #include "common/automationObject.h"
 #include "platform/compoundfile/compoundFile.h"
 #include "platform/compoundfile/openElement.h"
+#include "platform/compoundfile/transactionStore.h"
 
 namespace kvdm {
 
 class StorageObject final : public SharedObject<IStorage>
 {
 public:
-    // The root of an opened file; the object closes the file when it goes.
-    static ComPtr<IStorage> makeRoot(std::shared_ptr<CompoundFile> file, DWORD mode);
+    // The root of an opened file; the object closes the file when it goes, and deletes it when a name is given. A root that is
+    // not transacted is committed when it goes.
+    static ComPtr<IStorage> makeRoot(std::shared_ptr<CompoundFile> file, DWORD mode, std::u16string deleteOnRelease = {});
 
+    // CreateStream and CreateStorage for names that other writers have used and these two would refuse.
+    HRESULT createOddStream(const std::u16string& name, DWORD wanted, IStream** out) noexcept;
+    HRESULT createOddStorage(const std::u16string& name, DWORD wanted, IStorage** out) noexcept;
+
+    // The object behind an interface, when it is one of these; null for a stranger's.
+    static StorageObject* ownObjectOf(IStorage& storage) noexcept;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** out) noexcept override;
     HRESULT STDMETHODCALLTYPE CreateStream(LPCOLESTR name, DWORD mode, DWORD reserved1, DWORD reserved2, IStream** out) noexcept override;
     HRESULT STDMETHODCALLTYPE OpenStream(LPCOLESTR name, void* reserved1, DWORD mode, DWORD reserved2, IStream** out) noexcept override;
     HRESULT STDMETHODCALLTYPE CreateStorage(LPCOLESTR name, DWORD mode, DWORD reserved1, DWORD reserved2, IStorage** out) noexcept override;
@@ -35,14 +45,26 @@ private:
     StorageObject(std::shared_ptr<CompoundFile> ownerFile, std::shared_ptr<ElementStore> elements, ElementId id, OpenElement* parent, DWORD openMode);
     ~StorageObject() override;
 
+    friend class StorageCopy;
+
     template <class Body> HRESULT iCall(Body&& body) noexcept;
-    bool iIsRoot() const noexcept { return store.get() == file.get() && element.id == CompoundFile::rootId; }
-    ElementId iFindToOpen(LPCOLESTR name, DWORD mode, bool wantStorage);
+    bool iIsRoot() const noexcept { return isRoot; }
+    bool iMayWrite() const noexcept { return (mode & (STGM_WRITE | STGM_READWRITE)) != 0; }
+    void iCheckMayChange() const;
+    void iTouch();
+    ElementId iFindToOpen(std::u16string_view name, DWORD mode, bool wantStorage);
+    ElementId iMakeRoom(std::u16string_view name, DWORD mode, bool isStorage);
+    ComPtr<IStream> iOpenStream(ElementId id, DWORD mode);
+    ComPtr<IStorage> iOpenStorage(ElementId id, DWORD mode);
 
     std::shared_ptr<CompoundFile> file;
-    std::shared_ptr<ElementStore> store; // what this storage's children belong to
+    std::shared_ptr<ElementStore> store;           // what this storage's children belong to
+    std::shared_ptr<TransactionStore> transaction; // the same, when the storage has a nested transaction of its own
     OpenElement element;
+    ElementId self; // in the store
     DWORD mode;
+    bool isRoot = false;
+    std::u16string deletePath;
 };
 
 } // namespace kvdm

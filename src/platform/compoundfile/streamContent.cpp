@@ -2,6 +2,7 @@
 
 #include "common/exceptions.h"
 #include "platform/compoundfile/miniStore.h"
+#include "platform/compoundfile/sectorAllocator.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,8 +10,8 @@
 namespace kvdm {
 
 StreamContent::StreamContent(const ContentHome& contentHome, std::uint32_t startSector, std::uint64_t bytes, Form form)
-    : home(contentHome), byteCount(bytes), miniStart(startSector), alwaysInSectors(form == Form::inSectors),
-      chain(contentHome.table, bytes >= miniCutoff || form == Form::inSectors ? startSector : endOfChain)
+    : home(contentHome), epoch(contentHome.allocator.epoch()), byteCount(bytes), miniStart(startSector), alwaysInSectors(form == Form::inSectors),
+      inSectors(alwaysInSectors || bytes >= miniCutoff), chain(contentHome.table, inSectors && bytes != 0 ? startSector : endOfChain)
 {}
 
 StreamContent::~StreamContent() = default;
@@ -31,7 +32,14 @@ StreamContent::Transfer StreamContent::read(std::uint64_t position, void* buffer
     if (position >= byteCount || count == 0)
         return {};
     count = static_cast<std::size_t>(std::min<std::uint64_t>(count, byteCount - position));
-    if (!iIsSmall())
+    if (!gathered.empty() && position < gatheredAt + gathered.size() && position + count > gatheredAt) {
+        try {
+            flush();
+        } catch (const suOleException& failure) {
+            return {0, failure.status};
+        }
+    }
+    if (inSectors)
         return iReadSectors(position, static_cast<std::uint8_t*>(buffer), count);
     const HRESULT status = iLoadSmall();
     const std::size_t there = position < small.size() ? std::min<std::size_t>(count, small.size() - position) : 0;

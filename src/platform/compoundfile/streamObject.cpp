@@ -50,11 +50,21 @@ HRESULT StreamObject::Read(void* buffer, ULONG count, ULONG* read) noexcept
     });
 }
 
-HRESULT StreamObject::Write(const void*, ULONG, ULONG* written) noexcept
+HRESULT StreamObject::Write(const void* buffer, ULONG count, ULONG* written) noexcept
 {
     if (written)
         *written = 0;
-    return iCall([&]() -> HRESULT { return STG_E_ACCESSDENIED; });
+    if (!buffer && count != 0)
+        return STG_E_INVALIDPOINTER;
+    return iCall([&]() -> HRESULT {
+        if ((stream->mode & (STGM_WRITE | STGM_READWRITE)) == 0)
+            return STG_E_ACCESSDENIED;
+        stream->content->write(position, buffer, count);
+        position += count;
+        if (written)
+            *written = count;
+        return S_OK;
+    });
 }
 
 HRESULT StreamObject::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* result) noexcept
@@ -62,9 +72,14 @@ HRESULT StreamObject::Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* res
     return iCall([&] { return seekStream(position, stream->content->size(), move, origin, result); });
 }
 
-HRESULT StreamObject::SetSize(ULARGE_INTEGER) noexcept
+HRESULT StreamObject::SetSize(ULARGE_INTEGER size) noexcept
 {
-    return iCall([&]() -> HRESULT { return STG_E_ACCESSDENIED; });
+    return iCall([&]() -> HRESULT {
+        if ((stream->mode & (STGM_WRITE | STGM_READWRITE)) == 0)
+            return STG_E_ACCESSDENIED;
+        stream->content->resize(size.QuadPart);
+        return S_OK;
+    });
 }
 
 HRESULT StreamObject::CopyTo(IStream* target, ULARGE_INTEGER count, ULARGE_INTEGER* read, ULARGE_INTEGER* written) noexcept

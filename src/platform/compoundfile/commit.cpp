@@ -1,0 +1,177 @@
+// Shadow commit: how the working state becomes the committed one.
+//
+//   1. Everything new goes to sectors that the committed state does not use: data as it is written, and here, in this order,
+//      small streams into the mini stream, then directory, mini allocation table, allocation table and its index, each of them
+//      only where it changed. Sectors of the committed state are never written.
+//   2. A flush.
+//   3. The header alone, 512 bytes in one write: from here on the new state is the committed one.
+//   4. A flush.
+//
+// A file that is cut off anywhere before 3 opens as before, anywhere after it as new; a header of 512 bytes is written whole or
+// not at all. Sectors that the new state does not use any more become free with it, and are used again when no reader of an
+// older state can have them (sectorAllocator.h).
+#include "common/exceptions.h"
+#include "platform/compoundfile/compoundFile.h"
+#include "platform/compoundfile/tableUpdate.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace kvdm {
+namespace {
+
+constexpr std::size_t mostInOneWrite = 1 << 18;
+
+} // namespace
+
+bool CompoundFile::isChanged() const noexcept
+{
+    const bool contentChanged = std::any_of(toWrite.begin(), toWrite.end(), [](const auto& each) { return each.second->isChanged(); });
+    return contentChanged || directory.isChanged() || mini.isChanged() || !retired.empty();
+}
+
+// Small streams, the mini stream and the directory get their places, down to the entries that tell of them.
+void CompoundFile::iPlaceAll()
+{
+    for (auto& [id, content] : toWrite)
+        iPlaceContent(id, *content);
+    mini.trim();
+    mini.stream().flush();
+    iRetire(mini.stream().droppedSectors());
+    const EntryView root = directory.entry(rootId);
+    const std::uint32_t start = mini.stream().size() == 0 ? endOfChain : mini.stream().sectors().start();
+    if (root.start() != start || directory.sizeOf(rootId) != mini.stream().size()) {
+        EntryEditor changed = directory.edit(rootId);
+        changed.setStart(start);
+        changed.setSize(mini.stream().size());
+    }
+    FILETIME now{};
+    CoFileTimeNow(&now);
+    directory.edit(rootId).setModified(now);
+    directory.trim();
+
+    std::vector<SectorChain::Run> dropped;
+    directory.table().place(allocator, dropped);
+    iRetire(dropped);
+    mini.allocation().place(allocator, dropped);
+    iRetire(dropped);
+}
+
+// Neighbouring sectors go out in one write.
+void CompoundFile::iWriteSectors(std::vector<PagedChain::Piece>& pieces)
+{
+    std::sort(pieces.begin(), pieces.end(), [](const auto& a, const auto& b) { return a.sector < b.sector; });
+    const std::size_t sectorBytes = table.sectorBytes();
+    std::vector<std::uint8_t> together;
+    for (std::size_t i = 0; i < pieces.size();) {
+        std::size_t count = 1;
+        while (i + count < pieces.size() && pieces[i + count].sector == pieces[i].sector + count && (count + 1) * sectorBytes <= mostInOneWrite)
+            ++count;
+        together.resize(count * sectorBytes);
+        for (std::size_t k = 0; k < count; ++k)
+            std::memcpy(together.data() + k * sectorBytes, pieces[i + k].bytes, sectorBytes);
+        file.write(table.offsetOf(pieces[i].sector), together.data(), together.size());
+        i += count;
+    }
+}
+
+// Throws while the file still has the old header. S_OK when the new one is safe on the medium; the status of what failed when
+// it is in the file but nobody knows how safe.
+HRESULT CompoundFile::iPutHeader(const HeaderBytes& next, DWORD flags)
+{
+    const bool flushes = (flags & STGC_DANGEROUSLYCOMMITMERELYTODISKCACHE) == 0;
+    if (flushes)
+        file.flush();
+    try {
+        file.write(0, next.data(), next.size());
+        if (flushes)
+            file.flush();
+        return S_OK;
+    } catch (const suOleException& failure) {
+        // Which of the two headers is in the file now decides what the state is.
+        HeaderBytes now{};
+        if (file.readFresh(0, now.data(), now.size()) == now.size() && now == next)
+            return failure.status;
+        if (now != headerOnDisk)
+            file.write(0, headerOnDisk.data(), headerOnDisk.size());
+        throw;
+    }
+}
+
+void CompoundFile::iAdopt(const CompoundHeader& next, const HeaderBytes& nextBytes, TableUpdate& update, bool isSafe) noexcept
+{
+    update.keep();
+    header = next;
+    headerOnDisk = nextBytes;
+    table.adopt(next, update.takePlaces(), update.takeDifat());
+    allocator.adoptCommit(next.transactionSignature, static_cast<std::uint32_t>(next.fatSectors), isSafe);
+    for (auto& [id, content] : toWrite) {
+        if (!content->isSmall()) // small ones were settled when they were placed
+            content->settle(endOfChain);
+    }
+    toWrite.clear();
+    retired.clear();
+    mini.settle();
+    directory.table().settle();
+}
+
+void CompoundFile::commit(DWORD flags)
+{
+    if (!mayWrite)
+        throw suOleException(STG_E_ACCESSDENIED);
+    iCheckWhole();
+    if (!isChanged())
+        return;
+    HeaderBytes now{};
+    if (file.readFresh(0, now.data(), now.size()) < now.size() || now != headerOnDisk)
+        throw suOleException(STG_E_NOTCURRENT); // another writer, where there are no locks: nothing of his is touched
+
+    iPlaceAll();
+    CompoundHeader next = header;
+    ++next.transactionSignature;
+    next.directoryStart = directory.table().sectors().start();
+    next.directorySectors = next.majorVersion >= 4 ? directory.table().count() : 0;
+    next.miniFatSectors = mini.allocation().count();
+    next.miniFatStart = next.miniFatSectors == 0 ? endOfChain : mini.allocation().sectors().start();
+
+    TableUpdate update(table, allocator);
+    for (auto& [id, content] : toWrite) {
+        if (content->isChanged())
+            update.link(content->sectors());
+    }
+    if (mini.stream().isChanged())
+        update.link(mini.stream().sectors());
+    if (mini.allocation().isChanged())
+        update.link(mini.allocation().sectors());
+    update.link(directory.table().sectors());
+    for (const auto& [first, end] : retired.all())
+        update.free({first, end - first});
+    update.finish(next);
+
+    std::vector<PagedChain::Piece> pieces;
+    directory.table().changedPages(pieces);
+    mini.allocation().changedPages(pieces);
+    update.pieces(pieces);
+    iWriteSectors(pieces);
+    allocator.prepareCommit(update.publishedSectors(), update.freedSectors(), next.fatSectors);
+    const HeaderBytes nextBytes = next.encode();
+    const HRESULT status = iPutHeader(nextBytes, flags);
+    iAdopt(next, nextBytes, update, SUCCEEDED(status));
+    if (FAILED(status))
+        throw suOleException(status);
+    try {
+        allocator.trim();
+    } catch (...) {
+        // The commit is done; a longer file than needed is not worth a failure.
+    }
+}
+
+void CompoundFile::revert()
+{
+    allocator.revert();
+    iReadHeader();
+    file.measure();
+    iStart();
+}
+
+} // namespace kvdm

@@ -1,0 +1,231 @@
+#include "platform/compoundfile/sectorAllocator.h"
+
+#include "common/exceptions.h"
+
+#include <algorithm>
+
+namespace kvdm {
+namespace {
+
+constexpr std::uint32_t longRun = 32;         // large data goes to runs of this length at least, so that it stays together
+constexpr std::uint64_t creditAtStart = 6;    // table sectors that any save may look at
+constexpr std::uint32_t sectorsPerCredit = 8; // one more for so many sectors written
+
+} // namespace
+
+void SectorAllocator::start(std::uint32_t signature, bool narrow, bool growOnly) noexcept
+{
+    seed = signature;
+    isNarrow = narrow;
+    onlyGrows = growOnly;
+    started = looked = baseIsFree = held = false;
+    fresh.clear();
+    reusable.clear();
+    waiting.clear();
+    ++currentEpoch;
+}
+
+// Only when the first sector is asked for: a file that is only read never comes here.
+void SectorAllocator::iStart()
+{
+    if (started)
+        return;
+    const std::uint32_t inFile = table.sectorCount();
+    endSector = inFile;
+    committedBytes = file.size();
+    searched.assign(table.tableSectors(), false);
+    nextSearch = searched.empty() ? 0 : static_cast<std::uint32_t>(std::uint64_t{seed} * 2654435761u % searched.size());
+    searchCredit = creditAtStart;
+    started = true;
+    iLookForReaders();
+    // What lies behind the table's reach is the rest of a save that did not come to its end.
+    if (baseIsFree)
+        endSector = static_cast<std::uint32_t>(std::min<std::uint64_t>(inFile, std::uint64_t{table.tableSectors()} * table.linksPerSector()));
+}
+
+void SectorAllocator::iLookForReaders()
+{
+    if (looked || held || onlyGrows)
+        return;
+    looked = true;
+    if (locks.readersPresent())
+        return;
+    baseIsFree = true;
+    reusable.add(waiting);
+    waiting.clear();
+}
+
+void SectorAllocator::iSearch(std::uint32_t tableSector)
+{
+    searched[tableSector] = true;
+    const std::uint32_t perSector = table.linksPerSector();
+    const std::uint8_t* links = table.links(tableSector);
+    const std::uint32_t base = tableSector * perSector;
+    for (std::uint32_t i = 0; i < perSector && base + i < endSector; ++i) {
+        const std::uint32_t sector = base + i;
+        if (readLe32(links + 4 * i) != freeSector || sector == table.lockSector() || fresh.contains(sector) || waiting.contains(sector))
+            continue;
+        reusable.add(sector, 1);
+    }
+}
+
+// One more table sector, if there is credit for it: first the last one, where the file grows.
+bool SectorAllocator::iSearchMore()
+{
+    if (!baseIsFree || searchCredit == 0 || searched.empty())
+        return false;
+    std::uint32_t choice = static_cast<std::uint32_t>(searched.size()) - 1;
+    for (std::size_t tries = 0; searched[choice] && tries < searched.size(); ++tries) {
+        choice = nextSearch;
+        nextSearch = (nextSearch + 1) % static_cast<std::uint32_t>(searched.size());
+    }
+    if (searched[choice])
+        return false;
+    --searchCredit;
+    iSearch(choice);
+    return true;
+}
+
+SectorRun SectorAllocator::take(std::uint32_t count)
+{
+    iStart();
+    iLookForReaders();
+    searchCredit += count / sectorsPerCredit;
+    const std::uint32_t least = count >= longRun ? longRun : 1;
+    do {
+        if (const auto run = reusable.lowest(least)) {
+            const SectorRun taken{run->sector, std::min(run->count, count)};
+            reusable.remove(taken.sector, taken.count); // this first: what is in neither set is only lost
+            fresh.add(taken.sector, taken.count);
+            return taken;
+        }
+    } while (iSearchMore());
+    return iGrow(count);
+}
+
+std::uint32_t SectorAllocator::takeNear(const std::set<std::uint32_t>& tableSectors)
+{
+    iStart();
+    iLookForReaders();
+    const std::uint32_t perSector = table.linksPerSector();
+    int looks = 16;
+    for (const std::uint32_t tableSector : tableSectors) {
+        if (looks-- == 0)
+            break;
+        if (const auto sector = reusable.lowestBetween(tableSector * perSector, (tableSector + 1) * perSector)) {
+            reusable.remove(*sector, 1);
+            fresh.add(*sector, 1);
+            return *sector;
+        }
+    }
+    return iGrow(1).sector;
+}
+
+SectorRun SectorAllocator::iGrow(std::uint32_t count)
+{
+    const std::uint64_t reach = std::uint64_t{table.tableSectors()} * table.linksPerSector();
+    const std::uint64_t limit = isNarrow ? table.lockSector() : std::uint64_t{largestSector} + 1;
+    SectorRun run{endSector, 0};
+    while (run.count < count) {
+        const std::uint64_t sector = std::uint64_t{run.sector} + run.count;
+        // In a damaged file the table may call sectors used that the file does not have.
+        const bool usable =
+            sector < limit && sector != table.lockSector() && (sector >= reach || table.next(static_cast<std::uint32_t>(sector)) == freeSector);
+        if (usable)
+            ++run.count;
+        else if (run.count != 0)
+            break;
+        else if (sector >= limit)
+            throw suOleException(STG_E_DOCFILETOOLARGE);
+        else
+            ++run.sector;
+    }
+    fresh.add(run.sector, run.count);
+    endSector = run.sector + run.count;
+    return run;
+}
+
+void SectorAllocator::giveBack(SectorRun run, unsigned ofEpoch)
+{
+    if (ofEpoch != currentEpoch)
+        return;
+    fresh.remove(run.sector, run.count);
+    reusable.add(run.sector, run.count);
+}
+
+std::uint32_t SectorAllocator::end()
+{
+    iStart();
+    return endSector;
+}
+
+void SectorAllocator::prepareCommit(const SectorSet& published, const SectorSet& freed, std::uint32_t tableSectors)
+{
+    iStart();
+    nextFresh = fresh;
+    nextFresh.remove(published);
+    nextWaiting = waiting;
+    nextWaiting.add(freed);
+    searched.reserve(tableSectors);
+}
+
+void SectorAllocator::adoptCommit(std::uint32_t signature, std::uint32_t tableSectors, bool isSafe) noexcept
+{
+    std::swap(fresh, nextFresh);
+    std::swap(waiting, nextWaiting);
+    seed = signature;
+    looked = false;
+    held = !isSafe;
+    committedBytes = file.size();
+    searched.resize(tableSectors, true); // new ones hold nothing that is not known
+    if (!searched.empty())
+        nextSearch %= static_cast<std::uint32_t>(searched.size());
+    searchCredit = creditAtStart;
+}
+
+void SectorAllocator::revert()
+{
+    ++currentEpoch;
+    const SectorSet given = std::move(fresh);
+    fresh.clear();
+    reusable.add(given);
+    if (started)
+        dropGrowth();
+}
+
+void SectorAllocator::trim()
+{
+    iLookForReaders();
+    if (!baseIsFree || held || onlyGrows || !waiting.empty())
+        return;
+    std::uint32_t end = endSector;
+    for (auto last = reusable.last(); last && last->sector + last->count == end; last = reusable.last()) {
+        end = last->sector;
+        reusable.remove(last->sector, last->count);
+    }
+    if (end == table.lockSector() + 1)
+        --end;
+    endSector = end;
+    const std::uint64_t bytes = table.offsetOf(end);
+    if (file.size() > bytes)
+        file.setSize(bytes);
+    committedBytes = file.size();
+}
+
+void SectorAllocator::dropGrowth() noexcept
+{
+    if (!started || onlyGrows || file.size() <= committedBytes)
+        return;
+    try {
+        file.setSize(committedBytes);
+        const std::uint32_t inFile = table.sectorCount();
+        if (endSector > inFile) {
+            reusable.remove(inFile, endSector - inFile);
+            endSector = inFile;
+        }
+    } catch (...) {
+        // A tail that nothing leads to does no harm.
+    }
+}
+
+} // namespace kvdm

@@ -1,0 +1,69 @@
+// The allocation table of the state that a commit is about to make: the links that differ, and where the changed table sectors
+// and their index go.
+#pragma once
+
+#include "platform/compoundfile/pagedChain.h"
+#include "platform/compoundfile/sectorAllocator.h"
+
+#include <map>
+#include <set>
+#include <vector>
+
+namespace kvdm {
+
+// Lives for one commit. Until finish() nothing but sectors is taken; when the commit does not come about the destructor gives
+// those back.
+class TableUpdate
+{
+public:
+    TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator);
+    ~TableUpdate();
+    TableUpdate(const TableUpdate&) = delete;
+    TableUpdate& operator=(const TableUpdate&) = delete;
+
+    // The links of a chain whose fresh sectors become part of the state.
+    void link(SectorChain& chain);
+    void free(const SectorRun& run);
+
+    // Gives every changed table sector a fresh place and writes what the header tells of them into it. Places of table sectors
+    // change the table again: this goes on until all of it has a place.
+    void finish(CompoundHeader& header);
+
+    // After finish(): table sectors and index sectors to be written. The bytes live as long as this.
+    void pieces(std::vector<PagedChain::Piece>& out) const;
+    const SectorSet& publishedSectors() const noexcept { return published; }
+    const SectorSet& freedSectors() const noexcept { return freed; }
+    std::vector<std::uint32_t> takePlaces() noexcept { return std::move(places); }
+    std::vector<std::uint32_t> takeDifat() noexcept { return std::move(difat); }
+    // The commit came about.
+    void keep() noexcept { taken.clear(); }
+
+private:
+    using Page = std::vector<std::uint8_t>;
+
+    std::uint32_t iGet(std::uint32_t sector);
+    void iSet(std::uint32_t sector, std::uint32_t value);
+    Page& iEdit(std::uint32_t tableSector);
+    std::uint32_t iTake(std::uint32_t mark);
+    void iFreeTable(std::uint32_t sector);
+    bool iCover();
+    bool iPlacePage();
+    bool iPlaceDifat();
+    void iMakeDifat();
+
+    AllocationTable& table;
+    SectorAllocator& allocator;
+    std::uint32_t perSector;
+    std::map<std::uint32_t, Page> edited;
+    std::set<std::uint32_t> editedNumbers;
+    std::set<std::uint32_t> unplaced; // of the edited ones
+    std::vector<std::uint32_t> places, difat;
+    std::uint32_t difatPlaced = 0;  // so many of the index sectors, from the first on, have fresh places
+    std::uint32_t difatChanged = 0; // so many must have
+    std::map<std::uint32_t, Page> difatPages;
+    SectorSet published, freed;
+    std::vector<std::uint32_t> taken;
+    unsigned epoch;
+};
+
+} // namespace kvdm
