@@ -41,10 +41,14 @@ bool dmDocument_c::iWrite(suStructuredStorage& storage, KvDmDocumentSaveError& e
     if (!root)
         return false;
     try {
+        // A header that could not be written whole must not be committed with the rest.
+        bool written = true;
         if (moHeader_c* read = getHeader())
-            writeHeader(*read, storage);
-        if (dmConfigMgrHeader_c* read = getConfigMgrHeader())
-            writeConfigMgrHeader(*read, storage);
+            writeHeader(*read, storage, &written);
+        if (dmConfigMgrHeader_c* read = getConfigMgrHeader(); read && written)
+            writeConfigMgrHeader(*read, storage, &written);
+        if (!written)
+            throw suFileException(suFileException::generic);
         const auto saveProperties = [&](const std::u16string&, const std::unique_ptr<dmConfiguration_c>& configuration) {
             if (configuration && configuration->getHeader())
                 configuration->getHeader()->saveProperties(storage);

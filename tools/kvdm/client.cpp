@@ -228,11 +228,23 @@ std::string typeName(LONG type)
     }
 }
 
+namespace {
+
+// The status that carries an error number of the system.
+constexpr HRESULT systemStatus(std::uint32_t error)
+{
+    return kvHresult(0x80070000u | error);
+}
+
+} // namespace
+
 std::string statusText(HRESULT status)
 {
     switch (status) {
     case STG_E_SHAREVIOLATION:
     case STG_E_LOCKVIOLATION:
+    case systemStatus(32): // sharing violation
+    case systemStatus(33): // lock violation
         return "in use by another program";
     case STG_E_ACCESSDENIED:
     case E_ACCESSDENIED:
@@ -240,7 +252,14 @@ std::string statusText(HRESULT status)
     case E_OUTOFMEMORY:
     case STG_E_INSUFFICIENTMEMORY:
         return "out of memory";
+    case STG_E_FILENOTFOUND:
+    case systemStatus(2):
+    case systemStatus(3):
+        return "no such file";
+    case STG_E_DOCFILECORRUPT:
+        return "damaged";
     case STG_E_MEDIUMFULL:
+    case systemStatus(112):
         return "the disk is full";
     default:
         return fmt::format("status 0x{:08X}", static_cast<std::uint32_t>(status));

@@ -27,7 +27,7 @@ template <class Operation> HRESULT suFileLockBytes::iOnFile(Operation&& operatio
 {
     return automationCall([&]() -> HRESULT {
         const std::lock_guard lock(criticalSection);
-        return statusOfSystemError(file ? operation(*file) : errorInvalidHandle);
+        return statusOfSystemError(file ? operation(*file) : openError);
     });
 }
 
@@ -39,7 +39,7 @@ template <class Operation> HRESULT suFileLockBytes::iOnRegion(ULARGE_INTEGER off
         const std::lock_guard lock(criticalSection);
         if (readOnly && offset.QuadPart >= firstFormatLock && offset.QuadPart <= lastFormatLock)
             return S_OK;
-        return statusOfSystemError(file ? operation(*file) : errorInvalidHandle);
+        return statusOfSystemError(file ? operation(*file) : openError);
     });
 }
 
@@ -60,11 +60,11 @@ HRESULT suFileLockBytes::iOpen(const std::u16string& path, bool readWrite, FileC
         file.reset();
         fileName = path;
         readOnly = !readWrite;
-        std::uint32_t error = errorNone;
-        file = openFile(path, readWrite ? FileAccess::readWrite : FileAccess::read, creation, error);
-        if (file)
-            return S_OK;
-        return statusOfSystemError(error == errorNone ? errorFileNotFound : error);
+        openError = errorNone;
+        file = openFile(path, readWrite ? FileAccess::readWrite : FileAccess::read, creation, openError);
+        if (!file && openError == errorNone)
+            openError = errorFileNotFound;
+        return statusOfSystemError(openError);
     });
 }
 

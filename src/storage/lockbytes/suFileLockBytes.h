@@ -13,7 +13,7 @@
 namespace kvdm {
 
 // May be used from several threads. Before open or create every operation that needs the file has the status of an invalid
-// handle. On a read-only object the compound file's own lock bytes (offsets 0x7FFFFF92 to 0x7FFFFFE2) are locked and unlocked
+// handle, after a failed one that of the system's error. On a read-only object the compound file's own lock bytes (offsets 0x7FFFFF92 to 0x7FFFFFE2) are locked and unlocked
 // with success and without effect, so that many readers share a file.
 class suFileLockBytes final : public SharedObject<ILockBytes>
 {
@@ -42,6 +42,7 @@ private:
     std::mutex criticalSection;
     std::unique_ptr<OpenFile> file;
     std::u16string fileName;
+    std::uint32_t openError = errorInvalidHandle; // why there is no file
     bool readOnly = true;
 };
 
