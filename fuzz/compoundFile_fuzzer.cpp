@@ -51,15 +51,19 @@ public:
             } else {
                 ComPtr<IStream> stream;
                 if (SUCCEEDED(storage.OpenStream(element.pwcsName, nullptr, STGM_SHARE_EXCLUSIVE, 0, stream.put())))
-                    read(*stream, element.cbSize.QuadPart);
+                    read(*stream);
             }
             CoTaskMemFree(element.pwcsName);
         }
     }
 
 private:
-    void read(IStream& stream, std::uint64_t size)
+    // A damaged directory may hold a name twice, so that the size is that of the stream, not of the listing.
+    void read(IStream& stream)
     {
+        STATSTG statistics{};
+        if (FAILED(stream.Stat(&statistics, STATFLAG_NONAME)))
+            fail();
         std::vector<std::uint8_t> piece(5000);
         std::vector<std::uint8_t> whole;
         ULONG got = 0;
@@ -68,7 +72,7 @@ private:
                 fail();
             whole.insert(whole.end(), piece.begin(), piece.begin() + got);
         }
-        if (whole.size() > size)
+        if (whole.size() > statistics.cbSize.QuadPart)
             fail(); // more than the stream says that it has
         // Any place gives the same bytes as the way through.
         ComPtr<IStream> clone;

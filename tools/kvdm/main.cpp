@@ -48,6 +48,7 @@ int main(int argc, char** argv)
     addDump(app, exitCode);
     addLs(app, exitCode);
     addCat(app, exitCode);
+    addCheck(app, exitCode);
 
     const HRESULT initialized = CoInitialize(nullptr);
     try {
