@@ -109,7 +109,7 @@ void CompoundFile::iAdopt(const CompoundHeader& next, const HeaderBytes& nextByt
         if (!content->isSmall()) // small ones were settled when they were placed
             content->settle(endOfChain);
     }
-    toWrite.clear();
+    std::erase_if(toWrite, [](const auto& each) { return each.second.use_count() == 1; }); // others may be written on
     retired.clear();
     mini.settle();
     directory.table().settle();
