@@ -44,9 +44,10 @@ void dmConfigHeader_c::loadProperties(suStructuredStorage& storage)
 {
     if (properties || !storage.getRootStorage())
         return;
-    properties = makeConfigurationProperties();
-    if (properties)
-        properties->load(*storage.getRootStorage(), getConfigurationNodeName() + u"-Properties");
+    std::unique_ptr<suConfigurationProperties> made = makeConfigurationProperties();
+    if (made)
+        made->load(*storage.getRootStorage(), getConfigurationNodeName() + u"-Properties");
+    properties = std::move(made); // a read that threw leaves none, so that the next one begins anew and a save writes nothing
 }
 
 void dmConfigHeader_c::saveProperties(suStructuredStorage& storage)
