@@ -54,6 +54,16 @@ private:
     int number;
 };
 
+// Never one of the first three numbers: in a process whose standard output or error is closed, what is meant for a user would be
+// written into the document. errno tells why there is none.
+Descriptor openDescriptor(const char* path, int flags) noexcept
+{
+    Descriptor file(uninterrupted([&] { return ::open(path, flags, 0666); }));
+    if (!file || file.get() > STDERR_FILENO)
+        return file;
+    return Descriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
 FILETIME fileTimeFrom(std::int64_t seconds, std::int64_t nanoseconds)
 {
     constexpr std::int64_t secondsFrom1601 = 11'644'473'600;
@@ -212,7 +222,7 @@ private:
             lockDescriptorTried = true;
             char self[32];
             std::snprintf(self, sizeof self, "/proc/self/fd/%d", descriptor.get());
-            lockDescriptor = Descriptor(uninterrupted([&] { return ::open(self, O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); }));
+            lockDescriptor = openDescriptor(self, O_RDWR | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
         }
         return static_cast<bool>(lockDescriptor);
     }
@@ -274,7 +284,7 @@ std::unique_ptr<OpenFile> openFile(std::u16string_view path, FileAccess access, 
         flags |= O_CREAT;
     if (creation == FileCreation::createNew)
         flags |= O_EXCL;
-    Descriptor file(uninterrupted([&] { return ::open(native->c_str(), flags, 0666); }));
+    Descriptor file = openDescriptor(native->c_str(), flags);
     if (!file) {
         error = systemErrorOf(errno, errorAccessDenied);
         if (error == errorFileNotFound && !parentExists(*native))
