@@ -1,6 +1,9 @@
 // Property streams put together byte by byte; shares nothing with the code that reads and writes them.
 #pragma once
 
+#include "support/ForeignObjects.h"
+#include "support/StorageTools.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -103,6 +106,26 @@ inline std::string userStream(const RawValues& values)
 inline std::string visibleStream(const RawValues& values)
 {
     return rawSet(documentGuid, {{documentGuid, rawSection({{22, flagValue(false)}, {0, dictionary({{0, ""}})}})}, {userGuid, rawSection(values)}});
+}
+
+inline Bytes toBytes(std::string_view text)
+{
+    return Bytes(text.begin(), text.end());
+}
+inline ComPtr<IStorage> storageWith(const std::vector<std::pair<std::u16string, std::string>>& streams, ForeignPlan& plan)
+{
+    BuilderNode root;
+    for (const auto& [name, bytes] : streams)
+        root.stream(name, bytes);
+    return ForeignStorage::over(root, plan);
+}
+inline std::string streamOf(IStorage& storage, const std::u16string& name)
+{
+    IStream* stream = nullptr;
+    if (FAILED(storage.OpenStream(name.c_str(), nullptr, readElement, 0, &stream)))
+        return "(none)";
+    const auto bytes = readAll(*ComPtr<IStream>::adopt(stream));
+    return bytes ? std::string(bytes->begin(), bytes->end()) : "(fails)";
 }
 
 } // namespace kvdm::test

@@ -1,6 +1,5 @@
 #include "properties/suDocumentProperties_c.h"
 
-#include "memoryStorage.h"
 #include "properties/suOlePropertyHelper.h"
 #include "properties/suSummaryInformation_c.h"
 #include "propertyBytes.h"
@@ -43,8 +42,7 @@ struct DocumentUnderTest
 {
     DocumentUnderTest(const std::string& visible, const std::string& invisible)
     {
-        storage->add(visibleName, visible);
-        storage->add(invisibleName, invisible);
+        storage = storageWith({{visibleName, visible}, {invisibleName, invisible}}, plan);
         document.Read(*storage, 3700);
     }
     const suOleProperty* property(bool visible, std::u16string_view name)
@@ -57,7 +55,8 @@ struct DocumentUnderTest
     }
     const suOleProperty* changedFlag() { return document.getStore(true).getDocSummarySection()->findById(22); }
 
-    ComPtr<MemoryStorage> storage = makeObject<MemoryStorage>();
+    ForeignPlan plan;
+    ComPtr<IStorage> storage;
     suDocumentProperties_c document;
 };
 
@@ -148,11 +147,10 @@ TEST(DocumentProperties, EachStoreHasItsStream)
     EXPECT_EQ(t.document.getStore(true).GetCustomPropertyNames(), Texts{u"Seen"});
     EXPECT_EQ(t.document.getStore(false).GetCustomPropertyNames(), Texts{u"Hidden"});
     EXPECT_TRUE(t.document.Write(*t.storage));
-    EXPECT_EQ(t.storage->bytesOf(invisibleName), stream("Hidden"));
-    EXPECT_EQ(t.storage->streams.size(), 2u) << "the summary is not written here";
-
-    t.storage->streams.clear();
-    t.storage->createStatus = STG_E_ACCESSDENIED;
+    EXPECT_EQ(streamOf(*t.storage, invisibleName), stream("Hidden"));
+    EXPECT_EQ(streamOf(*t.storage, summaryName), "(none)") << "that is written elsewhere";
+    t.plan.failAt = t.plan.calls + 1;
+    t.plan.failsOnwards = true;
     EXPECT_FALSE(t.document.Write(*t.storage));
 }
 
@@ -178,7 +176,8 @@ struct CollectedKeywords final : suKeywordSet
 
 TEST(SummaryInformation, ANewOneHasEmptyFields)
 {
-    const auto storage = makeObject<MemoryStorage>();
+    ForeignPlan plan;
+    const auto storage = storageWith({}, plan);
     suSummaryInformation_c summary;
     EXPECT_FALSE(summary.Read(*storage, 3700));
     ASSERT_TRUE(summary.Write(*storage));
@@ -189,14 +188,14 @@ TEST(SummaryInformation, ANewOneHasEmptyFields)
                {{summaryGuid,
                  rawSection({{2, text}, {3, text}, {4, text}, {5, text}, {6, text}, {8, text}, {13, time}, {12, time}, {0, emptyDictionary}})}});
     expected.replace(4, 4, le32(0x0002000A));
-    EXPECT_EQ(storage->bytesOf(summaryName), expected);
+    EXPECT_EQ(streamOf(*storage, summaryName), expected);
 }
 
 TEST(SummaryInformation, FieldsAreTextsAndTheDatesLongOnes)
 {
     CollectedKeywords keywords;
-    const auto storage = makeObject<MemoryStorage>();
-    storage->add(summaryName, summaryBytes());
+    ForeignPlan plan;
+    const auto storage = storageWith({{summaryName, summaryBytes()}}, plan);
     suSummaryInformation_c summary;
     EXPECT_TRUE(summary.Read(*storage, 3700));
     EXPECT_EQ(summary.getField(SummaryField::title), u"Ma\u00DF");
@@ -222,13 +221,13 @@ TEST(SummaryInformation, FieldsAreTextsAndTheDatesLongOnes)
 TEST(SummaryInformation, WhatDidNotReadWholeIsNotStampedOver)
 {
     const std::string broken = summaryBytes().substr(0, 100);
-    const auto storage = makeObject<MemoryStorage>();
-    storage->add(summaryName, broken);
+    ForeignPlan plan;
+    const auto storage = storageWith({{summaryName, broken}}, plan);
     suSummaryInformation_c summary;
     summary.Read(*storage, 3700);
     summary.stampSave();
     EXPECT_TRUE(summary.Write(*storage));
-    EXPECT_EQ(storage->bytesOf(summaryName), broken);
+    EXPECT_EQ(streamOf(*storage, summaryName), broken);
     EXPECT_TRUE(summary.setField(SummaryField::title, u"new"));
     summary.stampSave();
     EXPECT_TRUE(summary.Write(*storage));

@@ -1,6 +1,5 @@
 #include "properties/suOlePropertySet.h"
 
-#include "memoryStorage.h"
 #include "properties/suOptions.h"
 #include "propertyBytes.h"
 
@@ -14,18 +13,15 @@ struct SetUnderTest
 {
     explicit SetUnderTest(const std::string& bytes, std::int32_t documentVersion = 3700, std::int32_t writtenVersion = 3700)
     {
-        content->bytes = bytes;
-        outcome = read(documentVersion, writtenVersion);
+        outcome = set.Read(*ForeignStream::over(toBytes(bytes), plan), documentVersion, writtenVersion);
     }
-    bool read(std::int32_t documentVersion = 3700, std::int32_t writtenVersion = 3700)
-    {
-        return set.Read(*makeObject<MemoryStream>(content), documentVersion, writtenVersion);
-    }
+    bool readAgain(const std::string& bytes) { return set.Read(*ForeignStream::over(toBytes(bytes), plan), 3700, 3700); }
     std::string written()
     {
-        const auto target = std::make_shared<MemoryContent>();
-        EXPECT_TRUE(set.Write(*makeObject<MemoryStream>(target)));
-        return target->bytes;
+        const ComPtr<IStream> target = ForeignStream::over({}, plan);
+        EXPECT_TRUE(set.Write(*target));
+        const Bytes bytes = readAll(*target).value_or(Bytes());
+        return std::string(bytes.begin(), bytes.end());
     }
     suOlePropertySection& user() { return set.requireSection(userPropertiesFormat); }
     std::vector<std::uint32_t> ids()
@@ -41,7 +37,7 @@ struct SetUnderTest
         return name ? *name : u"(none)";
     }
 
-    std::shared_ptr<MemoryContent> content = std::make_shared<MemoryContent>();
+    ForeignPlan plan;
     suOlePropertySet set{userPropertiesFormat};
     bool outcome = false;
 };
@@ -92,11 +88,10 @@ TEST(PropertySet, EveryTypeGoesBackAsItCame)
 TEST(PropertySet, ReadsWhateverPiecesTheStreamGives)
 {
     const std::string stream = userStream({{1, codePage1252}, {2, textValue(std::string(9000, 'x'))}, {0, dictionary({{0, ""}, {2, "Long"}})}});
-    for (const std::size_t piece : {1u, 7u, 4096u}) {
+    for (const ULONG piece : {1u, 7u, 4096u}) {
         SetUnderTest t("");
-        t.content->bytes = stream;
-        t.content->behaviour.largestRead = piece;
-        EXPECT_TRUE(t.read()) << piece;
+        t.plan.largestRead = piece;
+        EXPECT_TRUE(t.readAgain(stream)) << piece;
         EXPECT_EQ(t.written(), stream) << piece;
         EXPECT_FALSE(t.set.isLeftAlone());
     }
@@ -145,9 +140,8 @@ TEST(PropertySet, AStreamThatEndsOrFailsEarlyIsLeftAlone)
     EXPECT_FALSE(t.outcome);
     EXPECT_EQ(t.nameOf(2), u"Two") << "what was read before stays";
     EXPECT_TRUE(t.set.isLeftAlone());
-    t.content->bytes = good;
-    t.content->behaviour.failReadAt = good.size();
-    EXPECT_TRUE(t.read()) << "all that it asks for is there";
+    t.plan.failAt = t.plan.calls + 2;
+    EXPECT_TRUE(t.readAgain(good)) << "all that it asks for is there";
     EXPECT_TRUE(t.set.isLeftAlone()) << "but there may be more behind the fault";
 }
 
@@ -316,11 +310,8 @@ TEST(PropertySet, AHundredThousandPropertiesAreNoBurden)
         const std::string digits = std::to_string(i);
         section.SetProperty(section.NextFreeId(), le32(i), VT_I4, u"Property " + std::u16string(digits.begin(), digits.end()));
     }
-    const auto content = std::make_shared<MemoryContent>();
-    ASSERT_TRUE(set.Write(*makeObject<MemoryStream>(content)));
-    suOlePropertySet again(userPropertiesFormat);
-    ASSERT_TRUE(again.Read(*makeObject<MemoryStream>(content), 3700, 3700));
-    suOlePropertySection& read = again.requireSection(userPropertiesFormat);
+    SetUnderTest again(set.makeStream());
+    suOlePropertySection& read = again.user();
     ASSERT_EQ(read.getProperties().size(), 100000u);
     EXPECT_EQ(read.FindPropertyByName(u"PROPERTY 99999")->payload(), le32(99999));
     for (std::uint32_t id = 3; id < 100003; ++id)

@@ -1,7 +1,6 @@
 #include "properties/suPropertyStore_c.h"
 
 #include "common/exceptions.h"
-#include "memoryStorage.h"
 #include "propertyBytes.h"
 
 #include <gtest/gtest.h>
@@ -28,13 +27,13 @@ struct StoreUnderTest
 {
     explicit StoreUnderTest(const RawValues& values = someValues())
     {
-        storage->add(visibleName, visibleStream(values));
+        storage = storageWith({{visibleName, visibleStream(values)}}, plan);
         EXPECT_TRUE(store.Read(*storage, {}, 3700));
     }
     std::string written()
     {
         EXPECT_TRUE(store.Write(*storage));
-        return storage->bytesOf(visibleName);
+        return streamOf(*storage, visibleName);
     }
     std::u16string text(std::u16string_view name)
     {
@@ -43,21 +42,23 @@ struct StoreUnderTest
         return store.GetCustomProperty(name, type, value) ? value + u" " + char16_t(u'0' + type / 10) + char16_t(u'0' + type % 10) : u"none" + value;
     }
 
-    ComPtr<MemoryStorage> storage = makeObject<MemoryStorage>();
+    ForeignPlan plan;
+    ComPtr<IStorage> storage;
     suPropertyStore_c store{true};
 };
 
 // What the system's own empty store looks like, byte by byte.
 TEST(PropertyStore, ANewStoreWritesBothSections)
 {
-    const auto storage = makeObject<MemoryStorage>();
+    ForeignPlan plan;
+    const auto storage = storageWith({}, plan);
     suPropertyStore_c visible(true);
     EXPECT_FALSE(visible.Read(*storage, {}, 3700)) << "a missing stream is no error, but nothing was read";
     EXPECT_EQ(visible.GetCustomPropertyCount(), 0u);
     ASSERT_TRUE(visible.Write(*storage));
     std::string expected = rawSet(documentGuid, {{documentGuid, rawSection({{0, emptyDictionary}})}, {userGuid, rawSection({{0, emptyDictionary}})}});
     expected.replace(4, 4, le32(0x0002000A));
-    EXPECT_EQ(storage->bytesOf(visibleName), expected);
+    EXPECT_EQ(streamOf(*storage, visibleName), expected);
 }
 
 TEST(PropertyStore, TheVersionMarkerCountsBelow3321AndGoesWithASave)
@@ -68,14 +69,13 @@ TEST(PropertyStore, TheVersionMarkerCountsBelow3321AndGoesWithASave)
     for (const std::u16string& stream : {visibleName, std::u16string(u"Config-7-Properties")}) {
         const std::u16string markerName = stream == visibleName ? u"DocumentSummaryInformation_V" : u"Config-7-Properties_V";
         for (const auto& [documentVersion, marker, name] : cases) {
-            const auto storage = makeObject<MemoryStorage>();
-            storage->add(stream, userStream(values));
-            storage->add(markerName, marker);
+            ForeignPlan plan;
+            const auto storage = storageWith({{stream, userStream(values)}, {markerName, marker}}, plan);
             suPropertyStore_c store(false);
             EXPECT_TRUE(store.Read(*storage, stream == visibleName ? u"" : stream, documentVersion));
             EXPECT_EQ(store.GetCustomPropertyNames(), std::vector<std::u16string>{name}) << documentVersion;
             EXPECT_TRUE(store.Write(*storage, stream == visibleName ? u"" : stream));
-            EXPECT_EQ(storage->streams.count(markerName), 0u);
+            EXPECT_EQ(streamOf(*storage, markerName), "(none)");
         }
     }
 }
@@ -84,37 +84,40 @@ TEST(PropertyStore, WhatDidNotReadWholeStaysAsItIs)
 {
     const std::string broken = visibleStream({{2, le32(76)}, {0, emptyDictionary}});
     for (const bool denied : {false, true}) {
-        const auto storage = makeObject<MemoryStorage>();
-        storage->add(visibleName, broken).behaviour.openStatus = denied ? STG_E_ACCESSDENIED : S_OK;
-        storage->add(u"DocumentSummaryInformation_V", le32(3321));
+        ForeignPlan plan;
+        const auto storage = storageWith({{visibleName, broken}, {u"DocumentSummaryInformation_V", le32(3321)}}, plan);
+        plan.failAt = denied ? 3 : 0; // behind opening and reading the marker
+        plan.failure = STG_E_ACCESSDENIED;
         suPropertyStore_c store(true);
         store.Read(*storage, {}, 3320);
         EXPECT_EQ(store.GetCustomPropertyCount(), 0u);
         EXPECT_TRUE(store.Write(*storage));
-        EXPECT_EQ(storage->bytesOf(visibleName), broken);
-        EXPECT_EQ(storage->bytesOf(u"DocumentSummaryInformation_V"), le32(3321)) << "what tells the stream's code page stays with it";
+        EXPECT_EQ(streamOf(*storage, visibleName), broken);
+        EXPECT_EQ(streamOf(*storage, u"DocumentSummaryInformation_V"), le32(3321)) << "what tells the stream's code page stays with it";
         EXPECT_TRUE(store.AddCustomProperty(u"New", 3, u"1"));
-        storage->streams[visibleName]->behaviour.openStatus = S_OK;
         EXPECT_TRUE(store.Write(*storage));
-        EXPECT_NE(storage->bytesOf(visibleName), broken);
+        EXPECT_NE(streamOf(*storage, visibleName), broken);
     }
 }
 
 TEST(PropertyStore, WritingThatFailsIsTold)
 {
     StoreUnderTest t;
-    t.storage->streams[visibleName]->behaviour.capacity = 30;
-    EXPECT_THROW(t.store.Write(*t.storage), suFileException);
-    t.storage->streams[visibleName]->behaviour.openStatus = STG_E_ACCESSDENIED;
-    t.storage->createStatus = STG_E_ACCESSDENIED;
+    for (const long call : {3, 4}) { // the marker goes, the stream is opened, emptied, written
+        t.plan.failAt = t.plan.calls + call;
+        EXPECT_THROW(t.store.Write(*t.storage), suFileException) << call;
+    }
+    t.plan.failAt = t.plan.calls + 2;
+    t.plan.failsOnwards = true;
     EXPECT_FALSE(t.store.Write(*t.storage));
     EXPECT_FALSE(t.store.Write(*t.storage, u"Config-0-Properties"));
+    EXPECT_EQ(t.plan.live, 1) << "the storage";
 }
 
 TEST(CustomProperties, AreListedInTheOrderOfTheFile)
 {
     StoreUnderTest t;
-    EXPECT_EQ(t.storage->openModes, std::vector<DWORD>{STGM_READ | STGM_SHARE_EXCLUSIVE});
+    EXPECT_EQ(t.plan.modes, std::vector<DWORD>{STGM_READ | STGM_SHARE_EXCLUSIVE});
     const auto all = t.store.GetAllCustomPropertyNamesAndValues();
     std::u16string told;
     for (const suCustomProperty& property : all)
