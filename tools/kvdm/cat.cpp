@@ -45,11 +45,9 @@ void print(const std::string& file, const std::string& node, bool stored)
     const auto missing = [&] { return Failure(fmt::format("{}: no stream {}", file, node)); };
     std::vector<ComPtr<IStorage>> parents; // a storage lives as long as those it stands in
     for (std::size_t i = 0; i + 1 < names.size(); ++i) {
-        ComPtr<IStorage> child;
-        if (FAILED(storage->OpenStorage(OwnedBstr(names[i]).get(), nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, child.put()))) {
-            (void)child.detach();
+        const ComPtr<IStorage> child = openStorage(*storage, names[i]);
+        if (!child)
             throw missing();
-        }
         parents.push_back(std::exchange(storage, child));
     }
     const auto write = [](const void* bytes, std::size_t count) {

@@ -1,6 +1,7 @@
 #include "nodes.h"
 
 #include "client.h"
+#include "platform/compoundfile/exactNames.h"
 #include "storage/codecs/suCompressedFile_c.h"
 #include "storage/elements.h"
 #include "storage/suStreamFile.h"
@@ -21,20 +22,18 @@ constexpr std::u16string_view zipSuffix = u"__Zip";
 void walkInto(IStorage& storage, std::vector<std::u16string>& path, const std::function<void(const Node&, IStorage&)>& visit)
 {
     const ComPtr<IEnumSTATSTG> enumerator = enumerateElements(storage);
+    const ComPtr<IExactListing> listing = queryAs<IExactListing>(enumerator.get());
     suElementBatch batch(64);
     do {
         const std::size_t count = batch.fetch(*enumerator);
         for (std::size_t i = 0; i < count; ++i) {
             const bool isStorage = batch[i].type == STGTY_STORAGE;
-            path.emplace_back(batch.name(i));
+            const std::u16string* exact = listing ? listing->nameBefore(count - i) : nullptr;
+            path.emplace_back(exact ? std::u16string_view(*exact) : batch.name(i));
             visit({path, isStorage, isStorage ? 0 : batch[i].cbSize.QuadPart}, storage);
-            ComPtr<IStorage> child;
-            if (isStorage && path.size() < deepestStorage) {
-                if (FAILED(storage.OpenStorage(batch[i].pwcsName, nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, child.put())))
-                    (void)child.detach();
-                else
+            if (isStorage && path.size() < deepestStorage)
+                if (const ComPtr<IStorage> child = openStorage(storage, path.back()))
                     walkInto(*child, path, visit);
-            }
             path.pop_back();
         }
     } while (batch.isFull());
@@ -66,6 +65,16 @@ ComPtr<IStorage> openCompoundFile(const std::string& nativePath)
     }
 }
 
+ComPtr<IStorage> openStorage(IStorage& parent, const std::u16string& name)
+{
+    const ComPtr<IExactStorage> exact = queryAs<IExactStorage>(&parent);
+    ComPtr<IStorage> child;
+    if (FAILED(exact ? exact->openStorageExactly(name, STGM_SHARE_EXCLUSIVE, child.put())
+                     : parent.OpenStorage(OwnedBstr(name).get(), nullptr, STGM_SHARE_EXCLUSIVE, nullptr, 0, child.put())))
+        (void)child.detach();
+    return child;
+}
+
 void walk(IStorage& root, const std::function<void(const Node&, IStorage&)>& visit)
 {
     std::vector<std::u16string> path;
@@ -83,9 +92,15 @@ std::string formOf(const Node& node)
 
 bool readStream(IStorage& parent, const std::u16string& name, bool decoded, const std::function<void(const void*, std::size_t)>& take)
 {
-    suStreamFile stream;
-    if (!stream.openStream(parent, name, STGM_SHARE_EXCLUSIVE))
+    const ComPtr<IExactStorage> exact = queryAs<IExactStorage>(&parent);
+    ComPtr<IStream> opened;
+    if (FAILED(exact ? exact->openStreamExactly(name, STGM_SHARE_EXCLUSIVE, opened.put())
+                     : parent.OpenStream(OwnedBstr(name).get(), nullptr, STGM_SHARE_EXCLUSIVE, 0, opened.put()))) {
+        (void)opened.detach();
         return false;
+    }
+    suStreamFile stream;
+    stream.attach(std::move(opened));
     const bool zlib = name.ends_with(zlibSuffix);
     std::vector<std::uint8_t> piece(pieceSize);
     const auto copy = [&](suFile& file) {

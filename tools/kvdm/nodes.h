@@ -25,6 +25,9 @@ struct Node
 // All nodes in directory order, each storage before its children. Storages that cannot be read have none.
 void walk(IStorage& root, const std::function<void(const Node& node, IStorage& parent)>& visit);
 
+// A storage in another one, by its whole name; empty when there is none.
+ComPtr<IStorage> openStorage(IStorage& parent, const std::u16string& name);
+
 // The form of a stream by its name and first bytes: "plain", "ZLB" or "Zip".
 std::string formOf(const Node& node);
 

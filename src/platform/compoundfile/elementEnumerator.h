@@ -3,6 +3,7 @@
 
 #include "common/automationObject.h"
 #include "platform/compoundfile/elementStore.h"
+#include "platform/compoundfile/exactNames.h"
 
 #include <memory>
 #include <vector>
@@ -10,7 +11,7 @@
 namespace kvdm {
 
 // What happens to the storage afterwards does not disturb it; clones share the list and have their own place in it.
-class ElementEnumerator final : public SharedObject<IEnumSTATSTG>
+class ElementEnumerator final : public SharedObject<IEnumSTATSTG, IExactListing>
 {
 public:
     using List = std::shared_ptr<const std::vector<ElementInfo>>;
@@ -21,6 +22,10 @@ public:
     HRESULT STDMETHODCALLTYPE Skip(ULONG count) noexcept override;
     HRESULT STDMETHODCALLTYPE Reset() noexcept override;
     HRESULT STDMETHODCALLTYPE Clone(IEnumSTATSTG** out) noexcept override;
+    const std::u16string* nameBefore(std::size_t places) const noexcept override
+    {
+        return places >= 1 && places <= next ? &(*list)[next - places].name : nullptr;
+    }
 
 private:
     ~ElementEnumerator() override = default;

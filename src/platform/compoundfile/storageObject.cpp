@@ -81,7 +81,7 @@ HRESULT StorageObject::QueryInterface(REFIID id, void** out) noexcept
     if (!out)
         return E_POINTER;
     if (id != ownObject)
-        return SharedObject<IStorage>::QueryInterface(id, out);
+        return SharedObject<IStorage, IExactStorage>::QueryInterface(id, out);
     *out = this;
     AddRef();
     return S_OK;
@@ -175,12 +175,17 @@ HRESULT StorageObject::OpenStream(LPCOLESTR name, void* reserved1, DWORD wanted,
     *out = nullptr;
     if (reserved1 || reserved2 != 0)
         return STG_E_INVALIDPARAMETER;
+    return automationCall([&] { return openStreamExactly(nameArgument(name), wanted, out); });
+}
+
+HRESULT StorageObject::openStreamExactly(std::u16string_view name, DWORD wanted, IStream** out) noexcept
+{
     return iCall([&]() -> HRESULT {
         if (const HRESULT status = checkElementMode(wanted, false); FAILED(status))
             return status;
         if ((wanted & STGM_TRANSACTED) != 0)
             return STG_E_INVALIDFUNCTION;
-        *out = iOpenStream(iFindToOpen(nameArgument(name), wanted, false), wanted).detach();
+        *out = iOpenStream(iFindToOpen(name, wanted, false), wanted).detach();
         return S_OK;
     });
 }
@@ -207,10 +212,15 @@ HRESULT StorageObject::OpenStorage(LPCOLESTR name, IStorage* priority, DWORD wan
     *out = nullptr;
     if (priority || exclude || reserved != 0)
         return STG_E_INVALIDPARAMETER;
+    return automationCall([&] { return openStorageExactly(nameArgument(name), wanted, out); });
+}
+
+HRESULT StorageObject::openStorageExactly(std::u16string_view name, DWORD wanted, IStorage** out) noexcept
+{
     return iCall([&]() -> HRESULT {
         if (const HRESULT status = checkElementMode(wanted, false); FAILED(status))
             return status;
-        *out = iOpenStorage(iFindToOpen(nameArgument(name), wanted, true), wanted).detach();
+        *out = iOpenStorage(iFindToOpen(name, wanted, true), wanted).detach();
         return S_OK;
     });
 }

@@ -3,12 +3,13 @@
 
 #include "common/automationObject.h"
 #include "platform/compoundfile/compoundFile.h"
+#include "platform/compoundfile/exactNames.h"
 #include "platform/compoundfile/openElement.h"
 #include "platform/compoundfile/transactionStore.h"
 
 namespace kvdm {
 
-class StorageObject final : public SharedObject<IStorage>
+class StorageObject final : public SharedObject<IStorage, IExactStorage>
 {
 public:
     // The root of an opened file; the object closes the file when it goes, and deletes it when a name is given. A root that is
@@ -40,6 +41,8 @@ public:
     HRESULT STDMETHODCALLTYPE SetClass(REFCLSID id) noexcept override;
     HRESULT STDMETHODCALLTYPE SetStateBits(DWORD bits, DWORD mask) noexcept override;
     HRESULT STDMETHODCALLTYPE Stat(STATSTG* statistics, DWORD flag) noexcept override;
+    HRESULT openStreamExactly(std::u16string_view name, DWORD mode, IStream** out) noexcept override;
+    HRESULT openStorageExactly(std::u16string_view name, DWORD mode, IStorage** out) noexcept override;
 
 private:
     StorageObject(std::shared_ptr<CompoundFile> ownerFile, std::shared_ptr<ElementStore> elements, ElementId id, OpenElement* parent, DWORD openMode);
