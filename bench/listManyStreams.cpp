@@ -67,7 +67,7 @@ try {
                                              }
                                              state.SetItemsProcessed(static_cast<std::int64_t>(count) * state.iterations());
                                          })
-                ->UseRealTime()
+                ->MeasureProcessCPUTime()
                 ->Unit(benchmark::kMillisecond);
 #ifdef KVDM_HAVE_GSF
             benchmark::RegisterBenchmark(benchmarkName("libgsf", kind, count).c_str(),
@@ -78,7 +78,7 @@ try {
                                              }
                                              state.SetItemsProcessed(static_cast<std::int64_t>(count) * state.iterations());
                                          })
-                ->UseRealTime()
+                ->MeasureProcessCPUTime()
                 ->Unit(benchmark::kMillisecond);
 #endif
         }

@@ -61,7 +61,7 @@ try {
                                      state.counters["documents/s"] =
                                          benchmark::Counter(static_cast<double>(documentCount), benchmark::Counter::kIsIterationInvariantRate);
                                  })
-        ->UseRealTime()
+        ->MeasureProcessCPUTime()
         ->Unit(benchmark::kMillisecond);
 #ifdef KVDM_HAVE_GSF
     gsf::initialise();
@@ -74,7 +74,7 @@ try {
                                      state.counters["documents/s"] =
                                          benchmark::Counter(static_cast<double>(documentCount), benchmark::Counter::kIsIterationInvariantRate);
                                  })
-        ->UseRealTime()
+        ->MeasureProcessCPUTime()
         ->Unit(benchmark::kMillisecond);
 #endif
     const std::string listFile = folder.file("list");

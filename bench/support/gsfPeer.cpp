@@ -138,8 +138,7 @@ void writeByBlocks(const std::string& path, const char* stream, std::uint64_t si
         left -= count;
     }
     close(output.get());
-    close(GSF_OUTPUT(file.outfile.get()));
-    close(file.output.get());
+    close(GSF_OUTPUT(file.outfile.get())); // and with it the file under it
 }
 
 void writeManyStreams(const std::string& path, std::size_t count)
@@ -153,8 +152,7 @@ void writeManyStreams(const std::string& path, std::size_t count)
             throw std::runtime_error("libgsf: a stream is not written");
         close(output.get());
     }
-    close(GSF_OUTPUT(file.outfile.get()));
-    close(file.output.get());
+    close(GSF_OUTPUT(file.outfile.get())); // and with it the file under it
 }
 
 } // namespace kvdm::bench::gsf

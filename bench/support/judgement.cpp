@@ -24,7 +24,9 @@ public:
                 failed = true;
                 shown.push_back(run);
             } else if (run.run_type == Run::RT_Iteration) {
-                rounds[run.run_name.function_name].push_back(run.real_accumulated_time / static_cast<double>(run.iterations));
+                const bool byProcessor = run.run_name.time_type == "process_time";
+                const double seconds = byProcessor ? run.cpu_accumulated_time : run.real_accumulated_time;
+                rounds[run.run_name.function_name].push_back(seconds / static_cast<double>(run.iterations));
             } else if (run.aggregate_name == "median") {
                 shown.push_back(run);
             }

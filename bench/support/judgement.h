@@ -1,6 +1,10 @@
 // How a benchmark ends: ratios of medians, each with its limit. A machine is fast or slow, loaded or idle, so nothing is
 // compared with a number of seconds; only with a peer, or with another size, that took its turns in the same run.
 //
+// What works in memory alone is registered with MeasureProcessCPUTime() and judged by the time of the processor, the system's
+// share and all threads included: others who use the machine at that moment do not count. What waits for a disk or for
+// another process is registered with UseRealTime() and judged by the clock.
+//
 //     benchmark::RegisterBenchmark("libkvdocmgr/1 GiB", ...);
 //     benchmark::RegisterBenchmark("libgsf/1 GiB", ...);
 //     Judgement judgement(argc, argv);                                  // runs them, in turns of random order
