@@ -43,8 +43,15 @@ bool suOlePropertySection::SetProperty(std::uint32_t id, std::string_view value,
     } else {
         iAppend(id, type, {});
         properties.back().setPayload(type, std::move(*payload));
-        if (name)
-            AddName(id, *name);
+        try {
+            if (name)
+                AddName(id, *name);
+        } catch (...) { // a property that lacks its name would be lost at the next read
+            while (names.eraseFirstOf(id))
+                continue;
+            RemoveProperty(id);
+            throw;
+        }
     }
     changed = true;
     return true;
