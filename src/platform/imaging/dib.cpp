@@ -9,7 +9,6 @@ namespace {
 
 constexpr std::uint32_t headerSize = 40;
 constexpr std::uint32_t opaque = 0xFF000000;
-constexpr std::uint64_t mostPixels = std::uint64_t{1} << 28;
 constexpr std::uint64_t mostPixelsPerByte = 4096; // of run-length data, which may leave pixels out
 
 enum Compression : std::uint32_t
@@ -27,18 +26,24 @@ template <class Value> Value valueAt(std::span<const std::uint8_t> bytes, std::s
     return value;
 }
 
-// One channel of a 16- or 32-bit pixel, spread to 8 bits.
+// One channel of a 16- or 32-bit pixel in 8 bits: of more bits the upper ones, fewer are repeated until they fill the byte.
 struct Channel
 {
-    explicit Channel(std::uint32_t bits) : mask(bits), shift(bits ? std::countr_zero(bits) : 0), most(bits >> shift) {}
+    explicit Channel(std::uint32_t bits) : mask(bits), shift(bits ? std::countr_zero(bits) : 0), width(std::bit_width(bits >> shift)) {}
     std::uint32_t of(std::uint32_t pixel) const
     {
-        return most ? static_cast<std::uint32_t>((std::uint64_t{(pixel & mask) >> shift} * 255 + most / 2) / most) : 0;
+        const std::uint32_t value = (pixel & mask) >> shift;
+        if (width >= 8)
+            return value >> (width - 8);
+        std::uint32_t spread = 0;
+        for (int left = 8 - width; width > 0 && left > -width; left -= width)
+            spread |= left >= 0 ? value << left : value >> -left;
+        return spread;
     }
 
     std::uint32_t mask;
     int shift;
-    std::uint32_t most;
+    int width;
 };
 
 class DibDecoder
@@ -52,11 +57,19 @@ public:
             return std::nullopt;
         const bool runs = compression == runLength8 || compression == runLength4;
         const std::uint64_t count = std::uint64_t{image.width} * image.height;
-        const std::uint64_t stride = (std::uint64_t{image.width} * bits + 31) / 32 * 4;
-        const std::uint64_t left = dib.size() - pixelOffset;
-        if (count > mostPixels || (runs ? count > left * mostPixelsPerByte : stride * image.height > left))
+        if (count > mostPixels)
             return std::nullopt;
-        image.pixels.assign(count, runs && !colours.empty() ? colours[0] : opaque);
+        const std::uint64_t stride = (std::uint64_t{image.width} * bits + 31) / 32 * 4;
+        const std::uint64_t size = runs ? valueAt<std::uint32_t>(dib, 20) : stride * image.height;
+        const std::uint64_t tableSize = placeTables(size, runs);
+        pixelOffset = headerSize + tableSize;
+        if (pixelOffset > dib.size())
+            return std::nullopt;
+        const std::uint64_t left = dib.size() - pixelOffset;
+        if (runs ? count > left * mostPixelsPerByte : size > left)
+            return std::nullopt;
+        bits <= 8 ? readColours(tableSize / 4) : readMasks();
+        image.pixels.assign(count, runs ? colours[0] : opaque);
         if (runs)
             decodeRuns();
         else
@@ -82,24 +95,37 @@ private:
         const bool depthIsKnown = bits == 1 || bits == 4 || bits == 8 || bits == 16 || bits == 24 || bits == 32;
         const bool formFits = compression == rgb || (compression == runLength8 && bits == 8 && !topDown) ||
                               (compression == runLength4 && bits == 4 && !topDown) || (compression == bitFields && (bits == 16 || bits == 32));
-        if (!depthIsKnown || !formFits)
-            return false;
-        pixelOffset = headerSize;
-        return bits <= 8 ? readColours() : readMasks();
+        return depthIsKnown && formFits;
     }
 
-    bool readColours()
+    // The bytes between header and pixels. Previews have a colour for each value of fewer than 24 bits, whatever the header
+    // counts; bitmaps of other writers have as many colours as it counts, and none (or three masks) from 16 bits on. Which of
+    // them this is shows in the size.
+    std::uint64_t placeTables(std::uint64_t pixelBytes, bool runs) const
     {
-        const std::size_t count = std::size_t{1} << bits;
-        pixelOffset += 4 * count;
-        if (dib.size() < pixelOffset)
-            return false;
-        for (std::size_t i = 0; i < count; ++i)
-            colours.push_back(opaque | valueAt<std::uint32_t>(dib, headerSize + 4 * i));
-        return true;
+        const std::uint64_t present = dib.size() - headerSize;
+        const std::uint64_t full = bits < 24 ? std::uint64_t{4} << bits : 0;
+        const std::uint32_t counted = valueAt<std::uint32_t>(dib, 32);
+        std::uint64_t other = full;
+        if (bits > 8)
+            other = compression == bitFields ? 12 : 0;
+        else if (counted > 0 && counted < (1u << bits))
+            other = std::uint64_t{4} * counted;
+        if (bits >= 24)
+            return other;
+        const bool isFull = runs ? present >= full && present != other + pixelBytes : present >= full + pixelBytes;
+        return isFull ? full : other;
     }
 
-    bool readMasks()
+    // Values that have no colour are black.
+    void readColours(std::uint64_t count)
+    {
+        colours.assign(std::size_t{1} << bits, opaque);
+        for (std::size_t i = 0; i < count; ++i)
+            colours[i] |= valueAt<std::uint32_t>(dib, headerSize + 4 * i);
+    }
+
+    void readMasks()
     {
         if (bits == 16) {
             red = Channel(0x7C00);
@@ -107,14 +133,10 @@ private:
             blue = Channel(0x001F);
         }
         if (compression != bitFields)
-            return true;
-        pixelOffset += 12;
-        if (dib.size() < pixelOffset)
-            return false;
+            return;
         red = Channel(valueAt<std::uint32_t>(dib, headerSize));
         green = Channel(valueAt<std::uint32_t>(dib, headerSize + 4));
         blue = Channel(valueAt<std::uint32_t>(dib, headerSize + 8));
-        return true;
     }
 
     std::uint32_t* rowOf(std::uint32_t stored)
@@ -144,7 +166,7 @@ private:
     void put(std::uint64_t x, std::uint64_t y, unsigned index)
     {
         if (x < image.width && y < image.height)
-            rowOf(static_cast<std::uint32_t>(y))[x] = colours[index & (colours.size() - 1)];
+            rowOf(static_cast<std::uint32_t>(y))[x] = colours[index]; // of as many bits as there are colours
     }
 
     // Pairs of bytes: a run, or 0 and an escape: end of line, end of picture, a step, or a number of literal pixels.

@@ -16,6 +16,16 @@ namespace {
 
 constexpr std::uint64_t mostDeflateRatio = 1040; // no deflate stream expands further
 
+// Of the pixels that the file stores, by the depth and colour type of its first chunk, which has been found sound.
+std::uint64_t bytesOfRow(std::span<const std::uint8_t> file, std::uint32_t width)
+{
+    constexpr std::size_t depthOffset = 24;
+    constexpr unsigned samplesOfType[] = {1, 0, 3, 1, 2, 0, 4};
+    const unsigned depth = file[depthOffset];
+    const unsigned samples = samplesOfType[file[depthOffset + 1]];
+    return (std::uint64_t{width} * depth * samples + 7) / 8;
+}
+
 // The simplified interface keeps its errors in the image, without long jumps.
 class PngImage
 {
@@ -61,7 +71,8 @@ void failJpeg(j_common_ptr jpeg)
 
 void dropMessage(j_common_ptr) {}
 
-// Only plain values live between setjmp and longjmp. The result is malloc'd.
+// Only plain values live between setjmp and longjmp. The bytes go into the room that *bytes and *size tell, or where that is
+// too small into malloc'd room, which replaces it when all went well.
 bool writeJpeg(const std::uint32_t* pixels, std::uint32_t width, std::uint32_t height, unsigned char** bytes, unsigned long* size)
 {
     jpeg_compress_struct jpeg;
@@ -93,18 +104,20 @@ bool writeJpeg(const std::uint32_t* pixels, std::uint32_t width, std::uint32_t h
 
 std::optional<std::vector<std::uint8_t>> encodeJpeg(const ArgbImage& source)
 {
-    unsigned char* bytes = nullptr;
-    unsigned long size = 0;
-    const bool done = writeJpeg(source.pixels.data(), source.width, source.height, &bytes, &size);
-    std::optional<std::vector<std::uint8_t>> file;
-    try {
-        if (done)
-            file.emplace(bytes, bytes + size);
-    } catch (...) {
-        std::free(bytes);
-        throw;
+    if (source.width > JPEG_MAX_DIMENSION || source.height > JPEG_MAX_DIMENSION)
+        return std::nullopt;
+    constexpr std::size_t headers = 0x1000;
+    std::vector<std::uint8_t> file(source.pixels.size() * 2 + headers);
+    unsigned char* bytes = file.data();
+    unsigned long size = file.size();
+    if (!writeJpeg(source.pixels.data(), source.width, source.height, &bytes, &size))
+        return std::nullopt;
+    if (bytes == file.data()) {
+        file.resize(size);
+        return file;
     }
-    std::free(bytes);
+    const std::unique_ptr<unsigned char, decltype(&std::free)> grown(bytes, &std::free);
+    file.assign(bytes, bytes + size);
     return file;
 }
 
@@ -155,11 +168,11 @@ std::optional<ArgbImage> decodePng(std::span<const std::uint8_t> file)
     PngImage png;
     if (!png_image_begin_read_from_memory(&png.image, file.data(), file.size()))
         return std::nullopt;
-    // One bit a pixel is the least that a file stores.
     const std::uint64_t count = std::uint64_t{png.image.width} * png.image.height;
-    if (count == 0 || count / 8 > file.size() * mostDeflateRatio)
+    if (count == 0 || count > mostPixels || bytesOfRow(file, png.image.width) * png.image.height > file.size() * mostDeflateRatio)
         return std::nullopt;
     png.image.format = PNG_FORMAT_BGRA;
+    png.image.flags |= PNG_IMAGE_FLAG_16BIT_sRGB; // 16-bit samples are no more linear than those of 8 bits
     ArgbImage decoded{png.image.width, png.image.height, std::vector<std::uint32_t>(count)};
     if (!png_image_finish_read(&png.image, nullptr, decoded.pixels.data(), 0, nullptr))
         return std::nullopt;

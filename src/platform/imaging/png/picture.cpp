@@ -37,7 +37,7 @@ bool equalAsciiNoCase(std::u16string_view text, std::u16string_view name)
 class Picture final : public AutomationObject<IKvPicture>
 {
 public:
-    explicit Picture(ArgbImage pixels) : image(std::move(pixels)) {}
+    Picture(ArgbImage pixels, std::shared_ptr<void> other) : image(std::move(pixels)), companion(std::move(other)) {}
 
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) noexcept override
     {
@@ -131,13 +131,14 @@ private:
     }
 
     ArgbImage image;
+    std::shared_ptr<void> companion;
 };
 
 } // namespace
 
-ComPtr<IDispatch> makePicture(ArgbImage image)
+ComPtr<IDispatch> makePicture(ArgbImage image, std::shared_ptr<void> companion)
 {
-    return ComPtr<IDispatch>::adopt(new Picture(std::move(image)));
+    return ComPtr<IDispatch>::adopt(new Picture(std::move(image), std::move(companion)));
 }
 
 } // namespace kvdm
