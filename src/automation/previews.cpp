@@ -3,6 +3,7 @@
 #include "automation/automationValues.h"
 #include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
+#include "automation/module.h"
 #include "common/exceptions.h"
 #include "platform/text/casing.h"
 #include "storage/previews/suDibRecord.h"
@@ -15,25 +16,23 @@ namespace {
 constexpr std::int32_t kindActive = 1;
 constexpr int firstVersionWithPreviewEach = 2037;
 
-// Reads the record of the stream that is meant, or leaves it empty with the outcome that stands for the reason. False when
-// the caller's error stays as it is.
-bool readRecord(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, KvDmPreviewError& error, suDibRecord& record)
+// Reads the record of the stream that is meant. False, and the caller's error stays as it is, when there is none that can be
+// read.
+bool readRecord(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, suDibRecord& record)
 {
-    const ComPtr<IStorage> root = document.getStorage();
-    if (!root)
-        return false;
-    suStructuredStorage storage(root.get());
-    std::u16string name;
-    if (!getPreviewName(document, configuration, form, name) || !storage.attachToNode(false, name, true, 0)) {
-        error = kvDmPreviewErrorNoPreview;
-        return false;
-    }
     try {
+        const ComPtr<IStorage> root = document.getStorage();
+        if (!root)
+            return false;
+        suStructuredStorage storage(root.get());
+        std::u16string name;
+        if (!getPreviewName(document, configuration, form, name) || !storage.attachToNode(false, name, true, 0))
+            return false;
         form == PreviewForm::png ? record.loadPng(storage.getArchive()) : record.load(storage.getArchive());
+        return true;
     } catch (const suException&) {
-        return false; // a stream that cannot be read is as none
+        return false; // clients look at the error alone
     }
-    return true;
 }
 
 } // namespace
@@ -61,14 +60,14 @@ HRESULT givePicture(dmDocument_c& document, const dmConfigHeader_c* configuratio
     *picture = nullptr;
     *error = kvDmPreviewErrorNoPreview;
     suDibRecord record;
-    if (!readRecord(document, configuration, form, *error, record))
+    if (!readRecord(document, configuration, form, record))
         return S_OK;
     std::optional<ArgbImage> image = record.decode();
     if (!image) {
         *error = kvDmPreviewErrorMakeBmpFail;
         return S_OK;
     }
-    *picture = makePicture(std::move(*image)).detach();
+    *picture = makePicture(std::move(*image), std::make_shared<ModuleCount>()).detach();
     *error = kvDmPreviewErrorNone;
     return S_OK;
 }
@@ -78,7 +77,7 @@ HRESULT givePreviewBytes(dmDocument_c& document, const dmConfigHeader_c* configu
     VariantInit(bytes);
     *error = kvDmPreviewErrorNoPreview;
     suDibRecord record;
-    if (!readRecord(document, configuration, form, *error, record))
+    if (!readRecord(document, configuration, form, record))
         return S_OK;
     if (form == PreviewForm::bitmap) {
         const std::optional<ArgbImage> image = record.decode();

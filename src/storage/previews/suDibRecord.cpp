@@ -3,13 +3,17 @@
 #include "storage/archive/su_CArchive.h"
 #include "storage/suStructuredStorage.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace kvdm {
 
 namespace {
 
 constexpr std::uint32_t infoHeaderSize = 40;
+constexpr std::size_t mostBytes = std::size_t{1} << 28; // a compressed stream may hold far more than the file has
+constexpr std::uint8_t pngSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 
 } // namespace
 
@@ -17,7 +21,9 @@ void suDibRecord::load(su_CArchive& archive)
 {
     data.clear();
     format = 0;
-    const auto size = archive.read<std::uint32_t>();
+    std::uint32_t size = 0;
+    if (archive.Read(&size, sizeof size) < sizeof size || size > mostBytes)
+        return;
     try {
         archive.readValues(data, size);
     } catch (const suArchiveException&) {
@@ -40,6 +46,8 @@ void suDibRecord::loadPng(su_CArchive& archive)
         data.resize(at + piece);
         read = archive.Read(data.data() + at, piece);
         data.resize(at + read);
+        if (data.size() > mostBytes)
+            throw suFileException(suFileException::generic);
     }
 }
 
@@ -50,7 +58,11 @@ bool suDibRecord::store(su_CArchive& archive) const
         archive.Write(data.data(), data.size());
         return true;
     }
-    const std::optional<ArgbImage> image = decode();
+    if (data.size() >= sizeof pngSignature && std::equal(std::begin(pngSignature), std::end(pngSignature), data.begin())) {
+        archive.Write(data.data(), data.size());
+        return true;
+    }
+    const std::optional<ArgbImage> image = decodeDib(data);
     const std::optional<std::vector<std::uint8_t>> file = image ? encodeImage(*image, "image/png") : std::nullopt;
     if (!file)
         return false;
@@ -58,13 +70,9 @@ bool suDibRecord::store(su_CArchive& archive) const
     return true;
 }
 
-// A record that is to be written as PNG may hold the bitmap that it was made from.
 std::optional<ArgbImage> suDibRecord::decode() const
 {
-    if (format == formatPng)
-        if (std::optional<ArgbImage> image = decodePng(data))
-            return image;
-    return decodeDib(data);
+    return format == formatPng ? decodePng(data) : decodeDib(data);
 }
 
 suDibRecord loadPreviewFromFile(std::u16string_view path, std::u16string_view streamName)

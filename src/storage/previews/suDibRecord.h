@@ -24,9 +24,10 @@ public:
 
     // Reads the sized form. A size of 0, a short read or a header of another size gives an empty record.
     void load(su_CArchive& archive);
-    // The sized form, or with formatPng the picture as a PNG file without a size; false when it cannot be made.
+    // The sized form, or with formatPng a PNG file without a size: the one that was loaded, or one made of the bitmap in data.
+    // False when it cannot be made.
     bool store(su_CArchive& archive) const;
-    // The whole rest of the archive as a PNG file.
+    // The whole rest of the archive as a PNG file. More than 256 MiB are suFileException, and an empty record in the form above.
     void loadPng(su_CArchive& archive);
 
     bool isEmpty() const noexcept { return data.empty(); }
