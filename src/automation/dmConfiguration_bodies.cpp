@@ -11,6 +11,8 @@
 #include "storage/suDiskFile.h"
 #include "storage/suStructuredStorage.h"
 
+#include <algorithm>
+#include <span>
 #include <vector>
 
 namespace kvdm {
@@ -20,7 +22,9 @@ namespace {
 constexpr int firstVersionWithLongPrefix = 2066;
 constexpr int firstVersionWithFirstValue = 2894;
 constexpr int firstVersionWithSecondValue = 3228;
+constexpr int laterVersionHint = 2995;
 constexpr std::size_t partitionPrefix = 4;
+constexpr std::uint64_t untilEnd = UINT64_MAX;
 constexpr std::size_t bodyHead = 5; // of an imported body: a byte and the size of its payload
 constexpr std::u16string_view bodyFile = u"tempPS_From_Stream";
 constexpr std::u16string_view partitionFile = u"tempPS_Partition.xmp_bin";
@@ -30,50 +34,76 @@ std::size_t bodyPrefix(int version)
     return version < firstVersionWithLongPrefix ? 4 : 5;
 }
 
-// What is left of the attached node.
-std::vector<std::uint8_t> readRest(su_CArchive& archive)
+// Reads as many bytes as told, fewer where the archive ends; false when the file, where there is one, does not take them.
+// Nothing is held in memory: a compressed node may be far larger than what it is stored in.
+bool copyBytes(su_CArchive& archive, std::uint64_t& count, ConversionFile* file)
 {
-    std::vector<std::uint8_t> bytes;
-    constexpr std::size_t piece = 0x10000;
-    for (std::size_t read = piece; read == piece;) {
-        const std::size_t at = bytes.size();
-        bytes.resize(at + piece);
-        read = archive.Read(bytes.data() + at, piece);
-        bytes.resize(at + read);
+    std::vector<std::uint8_t> piece(0x10000);
+    std::uint64_t copied = 0;
+    while (copied < count) {
+        const std::size_t got = archive.Read(piece.data(), static_cast<std::size_t>(std::min<std::uint64_t>(count - copied, piece.size())));
+        if (got == 0)
+            break;
+        try {
+            if (file)
+                file->write(piece.data(), got);
+        } catch (const suFileException&) {
+            return false;
+        }
+        copied += got;
     }
-    return bytes;
+    count = copied;
+    return true;
 }
 
-// One attempt at the conversion through the temporary file, which stays behind when the client's file cannot be created.
-KvDmBodyError convert(const std::vector<std::uint8_t>& bytes, std::u16string_view temporaryName, std::size_t prefix, std::u16string_view fileName,
-                      int versionHint)
+// One attempt at the conversion of what the temporary file holds.
+KvDmBodyError convert(const ConversionFile& temporary, std::size_t prefix, std::u16string_view fileName, int versionHint)
 {
-    std::unique_ptr<ConversionFile> temporary;
-    try {
-        temporary = std::make_unique<ConversionFile>(temporaryName);
-        temporary->write(bytes.data(), bytes.size());
-    } catch (const suFileException&) {
-        return kvBodyErrorFileCreation;
-    }
-    const std::unique_ptr<suDiskFile> source = suDiskFile::open(temporary->path(), FileAccess::read, FileCreation::openExisting);
+    const std::unique_ptr<suDiskFile> source = suDiskFile::open(temporary.path(), FileAccess::read, FileCreation::openExisting);
     const std::unique_ptr<suDiskFile> target = source ? suDiskFile::open(fileName, FileAccess::readWrite, FileCreation::createAlways) : nullptr;
-    if (!target) {
-        temporary->leaveBehind();
+    if (!target)
         return kvBodyErrorFileCreation;
-    }
     source->Seek(static_cast<std::int64_t>(prefix), suFile::Origin::begin);
     suPkZipProc_c conversion(*source, *target, false);
     const bool done = conversion.decompress(versionHint) != 0;
     return done && target->GetLength() >= 1 ? kvDmBodyErrorNone : kvBodyErrorDecompression;
 }
 
-// The second hint is for data that the first one was wrong about.
-KvDmBodyError extract(const std::vector<std::uint8_t>& bytes, std::u16string_view temporaryName, std::size_t prefix, std::u16string_view fileName)
+// Puts the head and then the bytes of the archive into the temporary file and converts it. The file stays behind when the
+// client's file cannot be created. Bytes that cannot be read are an exception.
+KvDmBodyError extract(std::span<const std::uint8_t> head, su_CArchive& archive, std::uint64_t count, std::u16string_view temporaryName,
+                      std::size_t prefix, std::u16string_view fileName)
 {
-    const KvDmBodyError first = convert(bytes, temporaryName, prefix, fileName, 0);
-    const KvDmBodyError outcome = first == kvBodyErrorDecompression ? convert(bytes, temporaryName, prefix, fileName, 2995) : first;
-    removeConversionFolder();
+    std::unique_ptr<ConversionFile> temporary;
+    try {
+        temporary = std::make_unique<ConversionFile>(temporaryName);
+        temporary->write(head.data(), head.size());
+    } catch (const suFileException&) {
+        temporary.reset();
+        removeConversionFolder();
+        return kvBodyErrorFileCreation;
+    }
+    std::uint64_t copied = count;
+    if (!copyBytes(archive, copied, temporary.get()))
+        return kvBodyErrorFileCreation;
+    if (copied < count && count != untilEnd)
+        return kvBodyErrorNoData;
+    KvDmBodyError outcome = convert(*temporary, prefix, fileName, 0);
+    if (outcome == kvBodyErrorDecompression)
+        outcome = convert(*temporary, prefix, fileName, laterVersionHint); // for data that the first hint was wrong about
+    if (outcome == kvBodyErrorFileCreation)
+        temporary->leaveBehind();
     return outcome;
+}
+
+// What the library raises while it reads is told as data that are not there.
+template <class Body> KvDmBodyError reportingBody(Body&& body)
+{
+    try {
+        return body();
+    } catch (const suException&) {
+        return kvBodyErrorNoData;
+    }
 }
 
 } // namespace
@@ -89,9 +119,10 @@ LONG dmConfiguration_c::getBodiesCount()
     if (!root)
         return 0;
     suStructuredStorage storage(root.get());
+    bodyStreamNames.clear();
+    bodiesCounted = true; // where there is no container too: none is what was counted
     if (!storage.attachToNode(false, iContainerName(), false, 0))
         return 0;
-    bodyStreamNames.clear();
     const std::u16string node = getStreamName();
     const ComPtr<IEnumSTATSTG> enumerator = enumerateElements(*storage.getChildStorage());
     suElementBatch batch(64);
@@ -101,7 +132,6 @@ LONG dmConfiguration_c::getBodiesCount()
             if (batch.name(i).find(u"Body") != std::u16string_view::npos && batch.name(i).find(node) != std::u16string_view::npos)
                 bodyStreamNames.emplace_front(batch.name(i)); // clients know the reverse of the directory's order
     } while (batch.isFull());
-    bodiesCounted = true;
     return static_cast<LONG>(bodyStreamNames.size());
 }
 
@@ -112,12 +142,14 @@ KvDmBodyError dmConfiguration_c::getBody(LONG index, std::u16string_view fileNam
     const ComPtr<IStorage> root = core->getStorage();
     if (!root)
         return kvDmBodyErrorNone;
-    suStructuredStorage storage(root.get());
-    const int version = storage.loadVersion();
-    if (index < 0 || static_cast<std::size_t>(index) >= bodyStreamNames.size() || !storage.attachToNode(false, iContainerName(), false, 0) ||
-        !storage.attachToNode(false, bodyStreamNames[static_cast<std::size_t>(index)], true, 0))
-        return kvBodyErrorNoData;
-    return extract(readRest(storage.getArchive()), bodyFile, bodyPrefix(version), fileName);
+    return reportingBody([&] {
+        suStructuredStorage storage(root.get());
+        const int version = storage.loadVersion();
+        if (index < 0 || static_cast<std::size_t>(index) >= bodyStreamNames.size() || !storage.attachToNode(false, iContainerName(), false, 0) ||
+            !storage.attachToNode(false, bodyStreamNames[static_cast<std::size_t>(index)], true, 0))
+            return kvBodyErrorNoData;
+        return extract({}, storage.getArchive(), untilEnd, bodyFile, bodyPrefix(version), fileName);
+    });
 }
 
 LONG dmConfiguration_c::getImportedBodiesCount()
@@ -125,12 +157,12 @@ LONG dmConfiguration_c::getImportedBodiesCount()
     const ComPtr<IStorage> root = header ? core->getStorage() : nullptr;
     if (!root)
         return 0;
-    suStructuredStorage storage(root.get());
-    if (!storage.attachToNode(false, getStreamName() + u"-FeatureBodies", false, 0) || !storage.attachToNode(false, u"LocalBodies", true, 0))
-        return 0;
     try {
+        suStructuredStorage storage(root.get());
+        if (!storage.attachToNode(false, getStreamName() + u"-FeatureBodies", false, 0) || !storage.attachToNode(false, u"LocalBodies", true, 0))
+            return 0;
         return storage.getArchive().read<std::int32_t>();
-    } catch (const std::exception&) {
+    } catch (const suException&) {
         return 0;
     }
 }
@@ -140,17 +172,16 @@ KvDmBodyError dmConfiguration_c::getImportedBody(LONG index, std::u16string_view
     const ComPtr<IStorage> root = header ? core->getStorage() : nullptr;
     if (!root)
         return kvDmBodyErrorNone;
-    suStructuredStorage storage(root.get());
-    const int version = storage.loadVersion();
-    if (!storage.attachToNode(false, getStreamName() + u"-FeatureBodies", false, 0) || !storage.attachToNode(false, u"LocalBodies", true, 0))
-        return kvBodyErrorNoData;
-    try {
+    return reportingBody([&] {
+        suStructuredStorage storage(root.get());
+        const int version = storage.loadVersion();
+        if (!storage.attachToNode(false, getStreamName() + u"-FeatureBodies", false, 0) || !storage.attachToNode(false, u"LocalBodies", true, 0))
+            return kvBodyErrorNoData;
         su_CArchive& archive = storage.getArchive();
         const auto count = archive.read<std::int32_t>();
         if (index < 0 || index >= count)
             return kvBodyErrorNoData;
-        std::vector<std::uint8_t> body;
-        for (LONG i = 0; i <= index; ++i) {
+        for (LONG i = 0;; ++i) {
             archive.ReadString();
             if (version >= firstVersionWithFirstValue)
                 archive.read<std::uint32_t>();
@@ -160,14 +191,13 @@ KvDmBodyError dmConfiguration_c::getImportedBody(LONG index, std::u16string_view
             std::uint8_t head[bodyHead];
             archive.readExactly(head, sizeof head);
             const std::uint32_t payload = head[1] | std::uint32_t{head[2]} << 8 | std::uint32_t{head[3]} << 16 | std::uint32_t{head[4]} << 24;
-            archive.readValues(body, payload);
+            archive.requireBytes(payload, 1);
             if (i == index)
-                body.insert(body.begin(), head, head + bodyHead);
+                return extract(head, archive, payload, bodyFile, bodyPrefix(version), fileName);
+            std::uint64_t passed = payload;
+            copyBytes(archive, passed, nullptr); // an end within is met by the next entry
         }
-        return extract(body, bodyFile, bodyPrefix(version), fileName);
-    } catch (const suArchiveException&) {
-        return kvBodyErrorNoData;
-    }
+    });
 }
 
 KvDmBodyError dmConfiguration_c::getPartitionStream(std::u16string_view fileName)
@@ -175,11 +205,13 @@ KvDmBodyError dmConfiguration_c::getPartitionStream(std::u16string_view fileName
     const ComPtr<IStorage> root = header ? core->getStorage() : nullptr;
     if (!root)
         return kvDmBodyErrorNone;
-    suStructuredStorage storage(root.get());
-    std::u16string name;
-    if (!getPartitionStreamName(name) || !storage.attachToNode(false, u"Contents", false, 0) || !storage.attachToNode(false, name, true, 0))
-        return kvBodyErrorNoData;
-    return extract(readRest(storage.getArchive()), partitionFile, partitionPrefix, fileName);
+    return reportingBody([&] {
+        suStructuredStorage storage(root.get());
+        std::u16string name;
+        if (!getPartitionStreamName(name) || !storage.attachToNode(false, u"Contents", false, 0) || !storage.attachToNode(false, name, true, 0))
+            return kvBodyErrorNoData;
+        return extract({}, storage.getArchive(), untilEnd, partitionFile, partitionPrefix, fileName);
+    });
 }
 
 } // namespace kvdm
