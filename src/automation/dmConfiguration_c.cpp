@@ -2,11 +2,13 @@
 
 #include "automation/dmDocument_c.h"
 #include "automation/previews.h"
+#include "common/decimalNumber.h"
 #include "platform/text/casing.h"
 #include "properties/suDocumentProperties_c.h"
 #include "storage/suStructuredStorage.h"
 
 #include <charconv>
+#include <limits>
 
 namespace kvdm {
 
@@ -20,18 +22,29 @@ constexpr int firstVersionWithPartition = 2270;
 // The number that the text begins with, as the C library reads it; 0 when it begins with none.
 double realOf(std::u16string_view text)
 {
+    while (!text.empty() && isBlankUnit(text.front()))
+        text.remove_prefix(1);
+    const bool negative = text.starts_with(u'-');
+    if (negative || text.starts_with(u'+'))
+        text.remove_prefix(1);
     std::string plain;
     for (const char16_t unit : text)
         plain += unit < 0x80 ? static_cast<char>(unit) : '\0';
-    const char* begin = plain.data();
-    const char* end = begin + plain.size();
-    while (begin != end && (*begin == ' ' || (*begin >= '\t' && *begin <= '\r')))
-        ++begin;
-    if (begin != end && *begin == '+' && begin + 1 != end && begin[1] != '-')
-        ++begin;
+    const bool hexadecimal = plain.size() > 2 && plain[0] == '0' && (plain[1] == 'x' || plain[1] == 'X');
+    const char* begin = plain.data() + (hexadecimal ? 2 : 0);
+    const char* end = plain.data() + plain.size();
+    if (begin != end && *begin == '-')
+        return 0; // a second sign
     double number = 0;
-    std::from_chars(begin, end, number);
-    return number;
+    const auto format = hexadecimal ? std::chars_format::hex : std::chars_format::general;
+    const std::from_chars_result result = std::from_chars(begin, end, number, format);
+    if (result.ec == std::errc::result_out_of_range) { // from_chars says neither too large nor too small
+        const std::string_view digits(begin, static_cast<std::size_t>(result.ptr - begin));
+        const std::size_t exponent = digits.find_first_of(hexadecimal ? "pP" : "eE");
+        const bool isSmall = exponent != std::string_view::npos ? digits[exponent + 1] == '-' : digits.starts_with('0') || digits.starts_with('.');
+        number = isSmall ? 0 : std::numeric_limits<double>::infinity();
+    }
+    return negative ? -number : number;
 }
 
 } // namespace
