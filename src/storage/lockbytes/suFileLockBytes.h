@@ -13,8 +13,8 @@
 namespace kvdm {
 
 // May be used from several threads. Before open or create every operation that needs the file has the status of an invalid
-// handle, after a failed one that of the system's error. On a read-only object the compound file's own lock bytes (offsets 0x7FFFFF92 to 0x7FFFFFE2) are locked and unlocked
-// with success and without effect, so that many readers share a file.
+// handle, after a failed one that of the system's error. On a read-only object the compound file's own lock bytes (offsets 0x7FFFFF92 to 0x7FFFFFE2)
+// are locked and unlocked with success and without effect, so that many readers share a file.
 class suFileLockBytes final : public SharedObject<ILockBytes>
 {
 public:
