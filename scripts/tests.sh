@@ -7,7 +7,7 @@ runTests() {
     say "Testing build/$folder ..."
     local status=0
     ctest --test-dir "$top/build/$folder" --output-on-failure --no-tests=error -j "$(nproc)" "$@" >"$log" 2>&1 || status=$?
-    [ "$status" -eq 0 ] || grep -vE ' Passed +[0-9.]+ sec$|^ *Start +[0-9]+: ' "$log" | tail -n 300
+    [ "$status" -eq 0 ] || grep -vE ' Passed +[0-9.]+ sec$|^ *Start +[0-9]+: |^Internal ctest|^Test project|tests passed|^Total' "$log" | tail -n 300
     grep -E '^[0-9]+% tests passed|^No tests were found' "$log" | sed "s/\$/ (build\/$folder, $((SECONDS - seconds)) s)/"
     return "$status"
 }
