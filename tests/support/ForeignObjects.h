@@ -108,7 +108,8 @@ public:
         return iDo([&] {
             const std::size_t there = node->bytes.size() - std::min<std::size_t>(position, node->bytes.size());
             const std::size_t done = std::min<std::size_t>({count, plan.largestRead, there});
-            std::memcpy(buffer, node->bytes.data() + position, done);
+            std::copy_n(node->bytes.begin() + static_cast<std::ptrdiff_t>(std::min(position, node->bytes.size())), done,
+                        static_cast<std::uint8_t*>(buffer));
             position += done;
             if (read && plan.tellsRead)
                 *read = static_cast<ULONG>(done);
@@ -119,7 +120,7 @@ public:
     {
         return iDo([&] {
             node->bytes.resize(std::max<std::size_t>(node->bytes.size(), position + count));
-            std::memcpy(node->bytes.data() + position, buffer, count);
+            std::copy_n(static_cast<const std::uint8_t*>(buffer), count, node->bytes.begin() + static_cast<std::ptrdiff_t>(position));
             position += count;
             *written = count;
             return S_OK;
