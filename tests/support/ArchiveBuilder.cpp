@@ -149,23 +149,26 @@ Bytes headerStream(const HeaderSample& sample)
     return out.bytes;
 }
 
-Bytes configMgrHeaderStream(int version, bool narrow)
+std::vector<ConfigurationSample> twoConfigurations()
+{
+    return {{.name = u"Default", .kind = 1}, {.name = u"Second", .id = 7, .parent = 0}};
+}
+
+Bytes configMgrHeaderStream(int version, bool narrow, const std::vector<ConfigurationSample>& configurations)
 {
     ArchiveBuilder out(narrow);
-    out.object("dmConfigMgrHeader_c").count(2);
-    const auto configuration = [&](int kind, std::u16string_view name, std::uint32_t id, std::uint32_t parent) {
-        out.object("dmConfigHeader_c").u32(static_cast<std::uint32_t>(kind)).text(name).u32(id);
+    out.object("dmConfigMgrHeader_c").count(configurations.size());
+    for (const ConfigurationSample& sample : configurations) {
+        out.object("dmConfigHeader_c").u32(static_cast<std::uint32_t>(sample.kind)).text(sample.name).u32(sample.id);
         if (version >= 1341)
-            out.u32(1341 + id);
+            out.u32(1341 + sample.id);
         if (version >= 2037)
-            out.text(u"description").u32(parent);
+            out.text(sample.description).u32(static_cast<std::uint32_t>(sample.parent));
         if (version >= 2136)
             out.u32(2136);
         if (version >= 2610)
-            out.text(u"comment").text(u"alternate");
-    };
-    configuration(1, u"Default", 0, 0xFFFFFFFF);
-    configuration(0, u"Second", 7, 0);
+            out.text(sample.comment).text(sample.alternateName);
+    }
     if (version >= 3028 && version <= 3326) {
         out.u32(2).object("moExtObject_c");
         appendExtObject(out, version, 99, u"C:\\work\\old.kvdprt", 0, 0, 0);

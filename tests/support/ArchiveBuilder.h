@@ -79,8 +79,21 @@ struct HeaderSample
 Bytes headerStream(const HeaderSample& sample);
 // A moExtObject_c without its tag, and its path record with it.
 void appendExtObject(ArchiveBuilder& out, int version, std::uint32_t objectId, std::u16string_view path, int external, int inContext, int broken);
-// The stream of a dmConfigMgrHeader_c: "Default" (kind 1, id 0, parent -1) and "Second" (kind 0, id 7, parent 0); from 3028
-// to 3326 one referenced record (objectId 99) and a null.
-Bytes configMgrHeaderStream(int version, bool narrow = false);
+// A configuration of the list. Its stamp is 1341 and the id.
+struct ConfigurationSample
+{
+    std::u16string name;
+    int kind = 0; // 1 active, 2 marked deleted
+    std::uint32_t id = 0;
+    int parent = -1;
+    std::u16string description = u"description";
+    std::u16string comment = u"comment";
+    std::u16string alternateName = u"alternate";
+};
+// "Default" (kind 1, id 0, parent -1) and "Second" (kind 0, id 7, parent 0).
+std::vector<ConfigurationSample> twoConfigurations();
+
+// The stream of a dmConfigMgrHeader_c; from 3028 to 3326 with one referenced record (objectId 99) and a null.
+Bytes configMgrHeaderStream(int version, bool narrow = false, const std::vector<ConfigurationSample>& configurations = twoConfigurations());
 
 } // namespace kvdm::test

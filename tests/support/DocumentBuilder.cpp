@@ -82,6 +82,12 @@ DocumentBuilder& DocumentBuilder::summary(std::uint32_t id, std::string value)
     return *this;
 }
 
+DocumentBuilder& DocumentBuilder::ofConfiguration(std::uint32_t id, const std::vector<std::pair<std::string, std::string>>& properties)
+{
+    root.stream(u"Config-" + wide(std::to_string(id)) + u"-Properties", bytesOf(userStream(sectionOf(properties))));
+    return *this;
+}
+
 CompoundFileBuilder& DocumentBuilder::iFinish()
 {
     if (finished)
@@ -90,7 +96,8 @@ CompoundFileBuilder& DocumentBuilder::iFinish()
     const int version = header.version;
     if (withHeader)
         root.stream(version < 2070 ? u"Header" : u"Header2", headerStream(header));
-    contents.stream(version < 2070 ? u"CMgrHdr" : u"CMgrHdr2", configMgrHeaderStream(version));
+    if (withConfigurations)
+        contents.stream(version < 2070 ? u"CMgrHdr" : u"CMgrHdr2", configMgrHeaderStream(version, false, configurations));
     if (!visibleProperties.empty()) {
         RawValues values = sectionOf(visibleProperties);
         values.insert(values.end(), companions.begin(), companions.end());

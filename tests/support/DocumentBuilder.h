@@ -31,6 +31,8 @@ public:
     // The link list as saved (invisible) and as wanted (visible).
     DocumentBuilder& links(const std::vector<std::u16string>& saved, const std::vector<std::u16string>& wanted);
     DocumentBuilder& summary(std::uint32_t id, std::string value);
+    // Custom properties of the configuration with that id.
+    DocumentBuilder& ofConfiguration(std::uint32_t id, const std::vector<std::pair<std::string, std::string>>& properties);
 
     Bytes build() { return iFinish().build(); }
     const BuilderNode& made() { return iFinish().root(); } // all elements
@@ -49,11 +51,13 @@ private:
     bool finished = false;
 
 public:
-    HeaderSample header;      // what the header stream is made of
-    bool withHeader = true;   //
-    BuilderNode& root;        // for what a test adds itself
-    BuilderNode& contents;    // "Contents", with the header of the configurations
-    BuilderNode& xmlContents; // "kvXmlContents"
+    HeaderSample header;    // what the header stream is made of
+    bool withHeader = true; //
+    std::vector<ConfigurationSample> configurations = twoConfigurations();
+    bool withConfigurations = true; // their list
+    BuilderNode& root;              // for what a test adds itself
+    BuilderNode& contents;          // "Contents", with the header of the configurations
+    BuilderNode& xmlContents;       // "kvXmlContents"
 };
 
 // The current compressed form of a content, with blocks of stored (not packed) data.
