@@ -6,8 +6,43 @@
 
 #include <filesystem>
 #include <iostream>
+#include <random>
 
 namespace kvdm::tool {
+
+namespace {
+
+// Removes a file that is not to stay.
+struct Leftover
+{
+    std::filesystem::path path;
+    ~Leftover()
+    {
+        std::error_code unknown;
+        std::filesystem::remove(path, unknown);
+    }
+};
+
+// Saves beside the target and moves there what was saved whole: the target is what it was, or the new document.
+void saveAs(const std::string& file, const std::string& target)
+{
+    const std::filesystem::path wanted(target);
+    const Leftover beside{wanted.parent_path() / fmt::format(".{}.{}.saving", wanted.filename().string(), std::random_device{}())};
+    {
+        const Document document(file);
+        document.requireReadable();
+        KvDmDocumentSaveError error = kvDmDocumentSaveErrorNone;
+        const HRESULT status = document->SaveAs(OwnedBstr(fromUtf8(beside.path.string(), IllFormed::keep)).get(), &error);
+        if (FAILED(status) || error != kvDmDocumentSaveErrorNone)
+            throw Failure(target + ": not saved" + (FAILED(status) ? ": " + statusText(status) : ""));
+    }
+    std::error_code failure;
+    std::filesystem::rename(beside.path, wanted, failure);
+    if (failure)
+        throw Failure(target + ": not saved: " + failure.message());
+}
+
+} // namespace
 
 void addSave(CLI::App& app, int& exitCode)
 {
@@ -45,12 +80,7 @@ void addSaveAs(CLI::App& app, int& exitCode)
                 throw Failure(options->target + ": is there already (--force replaces it)");
             if (std::filesystem::equivalent(file, options->target, unknown))
                 throw Failure(options->target + ": is the document itself");
-            const Document document(file);
-            document.requireReadable();
-            KvDmDocumentSaveError error = kvDmDocumentSaveErrorNone;
-            const HRESULT status = document->SaveAs(OwnedBstr(fromUtf8(options->target, IllFormed::keep)).get(), &error);
-            if (FAILED(status) || error != kvDmDocumentSaveErrorNone)
-                throw Failure(options->target + ": not saved" + (FAILED(status) ? ": " + statusText(status) : ""));
+            saveAs(file, options->target);
             std::cout << options->target << ": saved\n";
         });
     });
