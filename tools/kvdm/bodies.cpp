@@ -7,6 +7,8 @@
 
 #include <filesystem>
 #include <iostream>
+#include <set>
+#include <system_error>
 
 namespace kvdm::tool {
 
@@ -46,20 +48,42 @@ std::string reasonOf(KvDmBodyError error)
     }
 }
 
-// A name in the folder that says where the body comes from, without what a file name cannot hold.
-std::string targetPath(const Options& options, std::u16string_view configuration, const std::string& what)
+// The files of one document: names that say where each body comes from, without what a file name cannot hold.
+class Targets
 {
-    std::string name = toUtf8(configuration) + "-" + what + ".bin";
-    for (char& c : name)
-        if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < 0x20)
-            c = '_';
-    return (std::filesystem::path(options.folder) / name).string();
-}
+public:
+    explicit Targets(const std::string& path) : folder(path)
+    {
+        std::error_code failure;
+        std::filesystem::create_directories(folder, failure);
+        if (failure)
+            throw Failure(path + ": " + failure.message());
+    }
+
+    std::string add(std::u16string_view configuration, const std::string& what)
+    {
+        std::string name = toUtf8(configuration) + "-" + what;
+        for (char& c : name)
+            if (c == '/' || c == '\\' || static_cast<unsigned char>(c) < 0x20)
+                c = '_';
+        while (!names.insert(name).second) // two names may have become one
+            name += '_';
+        return (folder / (name + ".bin")).string();
+    }
+
+private:
+    std::filesystem::path folder;
+    std::set<std::string> names;
+};
 
 template <class Extract> void extractOne(const std::string& path, Extract&& extract)
 {
     KvDmBodyError error = kvDmBodyErrorNone;
     const HRESULT status = extract(OwnedBstr(fromUtf8(path, IllFormed::keep)).get(), &error);
+    if (error == kvBodyErrorDecompression) {
+        std::error_code ignored;
+        std::filesystem::remove(path, ignored); // nothing is in it
+    }
     if (FAILED(status) || error != kvDmBodyErrorNone)
         throw Failure(path + ": " + (FAILED(status) ? statusText(status) : reasonOf(error)));
     std::cout << path << '\n';
@@ -85,7 +109,7 @@ void extract(const Options& options)
 {
     const Document document(options.file);
     document.requireReadable();
-    std::filesystem::create_directories(options.folder);
+    Targets targets(options.folder);
     std::size_t failed = 0;
     const auto attempt = [&](const std::string& path, const auto& get) {
         try {
@@ -102,21 +126,27 @@ void extract(const Options& options)
         configuration->GetBodiesCount(&bodies);
         configuration->GetImportedBodiesCount(&imported);
         for (LONG i = 0; i < bodies; ++i)
-            attempt(targetPath(options, name, fmt::format("body-{}", i)),
+            attempt(targets.add(name, fmt::format("body-{}", i)),
                     [&](BSTR path, KvDmBodyError* error) { return configuration->GetBody(i, path, error); });
         for (LONG i = 0, before = static_cast<LONG>(failed); i < imported && static_cast<LONG>(failed) == before; ++i)
-            attempt(targetPath(options, name, fmt::format("imported-{}", i)),
+            attempt(targets.add(name, fmt::format("imported-{}", i)),
                     [&](BSTR path, KvDmBodyError* error) { return configuration->GetImportedBody(i, path, error); });
         OwnedBstr partition;
         if (SUCCEEDED(configuration->get_PartitionStreamName(partition.put()))) {
-            const std::string path = targetPath(options, name, "partition");
-            KvDmBodyError error = kvDmBodyErrorNone;
-            configuration->GetPartitionStream(OwnedBstr(fromUtf8(path, IllFormed::keep)).get(), &error);
-            if (error == kvDmBodyErrorNone)
-                std::cout << path << '\n';
-            else if (error != kvBodyErrorNoData) {
-                complain(path + ": " + reasonOf(error));
-                ++failed;
+            const std::string path = targets.add(name, "partition");
+            KvDmBodyError found = kvDmBodyErrorNone;
+            const auto get = [&](BSTR target, KvDmBodyError* error) {
+                const HRESULT status = configuration->GetPartitionStream(target, error);
+                found = *error;
+                return status;
+            };
+            try {
+                extractOne(path, get);
+            } catch (const Failure& failure) {
+                if (found != kvBodyErrorNoData) { // the name is there without a stream too
+                    complain(failure.what());
+                    ++failed;
+                }
             }
         }
     }

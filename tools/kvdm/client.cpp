@@ -173,7 +173,7 @@ ComPtr<IKvDMConfiguration9> Document::configuration(const std::string& name) con
 {
     ComPtr<IKvDMConfiguration> found;
     if (FAILED(configurationManager()->GetConfigurationByName(OwnedBstr(fromUtf8(name)).get(), found.put())))
-        throw Failure("no configuration \"" + name + "\"");
+        throw Failure(path + ": no configuration \"" + name + "\"");
     return queryFor<IKvDMConfiguration9>(*found, IID_IKvDMConfiguration9);
 }
 

@@ -26,6 +26,13 @@ std::u16string activeName(IKvDMConfigurationMgr& manager)
     return FAILED(manager.GetActiveConfigurationName(name.put())) ? std::u16string() : std::u16string(name.view());
 }
 
+void requireList(IKvDMConfigurationMgr& manager, const std::string& file)
+{
+    LONG count = -1;
+    if (FAILED(manager.GetConfigurationCount(&count)) || count < 0)
+        throw Failure(file + ": its list of configurations cannot be read");
+}
+
 struct ListOptions
 {
     std::vector<std::string> files;
@@ -37,6 +44,7 @@ void list(const std::string& file, const ListOptions& options)
     const Document document(file);
     document.requireReadable();
     const auto manager = document.configurationManager();
+    requireList(*manager, file);
     const std::u16string active = activeName(*manager);
     for (const auto& configuration : configurations(*manager)) {
         const std::u16string name = textOf(*configuration, &IKvDMConfiguration9::get_Name);
@@ -180,6 +188,7 @@ void addMass(CLI::App& app, int& exitCode)
         exitCode = forEachFile(options->files, [&](const std::string& file) {
             const Document document(file);
             document.requireReadable();
+            requireList(*document.configurationManager(), file);
             auto wanted = options->configuration.empty() ? configurations(*document.configurationManager())
                                                          : std::vector{document.configuration(options->configuration)};
             for (const auto& configuration : wanted) {

@@ -45,7 +45,8 @@ void editOne(const FileEdit& edit, bool dryRun)
     try {
         lines = edit.edit(document);
     } catch (const Failure& failure) {
-        throw Failure(edit.file + ": " + failure.what());
+        const std::string reason = failure.what();
+        throw Failure(reason.starts_with(edit.file + ": ") ? reason : edit.file + ": " + reason);
     }
     if (!dryRun)
         save(document, edit.file);

@@ -113,6 +113,7 @@ void writeFile(const std::string& path, const std::vector<std::uint8_t>& bytes)
         throw Failure(path + ": cannot be written");
 }
 
+// By the extension; null for any other.
 const char* mimeTypeOf(const std::string& path)
 {
     std::string extension = std::filesystem::path(path).extension().string();
@@ -123,7 +124,13 @@ const char* mimeTypeOf(const std::string& path)
         return "image/jpeg";
     if (extension == ".bmp")
         return "image/bmp";
-    throw Failure(path + ": write to a .png, .jpg or .bmp file");
+    return nullptr;
+}
+
+// The word of the command line for a name that is none of these.
+std::string checkOutput(const std::string& path)
+{
+    return mimeTypeOf(path) ? "" : path + ": write to a .png, .jpg or .bmp file";
 }
 
 } // namespace
@@ -160,7 +167,7 @@ void addPreview(CLI::App& app, int& exitCode)
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("preview", "The preview of a document as a file, or on a terminal that shows pictures");
     command->add_option("FILE", options->file, "The document")->required();
-    command->add_option("-o,--output", options->output, "A .png, .jpg or .bmp file");
+    command->add_option("-o,--output", options->output, "A .png, .jpg or .bmp file")->check(CLI::Validator(checkOutput, ""));
     command->add_option("--config", options->configuration, "The preview of that configuration");
     command->callback([options, &exitCode] {
         exitCode = forEachFile({options->file}, [&](const std::string& file) {
@@ -168,7 +175,8 @@ void addPreview(CLI::App& app, int& exitCode)
             document.requireReadable();
             const ComPtr<IKvPicture> picture = previewPicture(document, options->configuration);
             if (!picture)
-                throw Failure(file + ": no preview that can be read");
+                throw Failure(file + ": no preview that can be read" +
+                              (options->configuration.empty() ? "" : " for \"" + options->configuration + '"'));
             if (!options->output.empty()) {
                 writeFile(options->output, encoded(*picture, mimeTypeOf(options->output)));
                 return;
