@@ -108,13 +108,13 @@ void dmDocument_c::releaseConfiguration(dmConfiguration_c& configuration) noexce
                 key = &name;
         });
         if (key) {
-            const std::u16string liveName = *key;
-            std::unique_ptr<dmConfiguration_c> object = std::move(*liveConfigurations.find(liveName));
-            liveConfigurations.remove(liveName);
+            std::unique_ptr<dmConfiguration_c> object = std::move(*liveConfigurations.find(*key));
+            liveConfigurations.remove(*key); // takes no memory: a live entry without a wrapper would keep the core for ever
             retiredConfigurations.set(configuration.getName(), std::move(object));
         }
     } catch (const std::exception&) {
-        // Without memory for the move the object is lost, its record in the header is not: edits reach the next save.
+        // Without memory for the move the object goes; the record, with the texts and the properties that clients changed,
+        // is the header's, and the next look-up makes an object for it again.
     }
     iEndIfUnused();
 }
