@@ -47,8 +47,7 @@ bool suOlePropertySection::SetProperty(std::uint32_t id, std::string_view value,
             if (name)
                 AddName(id, *name);
         } catch (...) { // a property that lacks its name would be lost at the next read
-            while (names.eraseFirstOf(id))
-                continue;
+            forgetNames(id);
             RemoveProperty(id);
             throw;
         }
@@ -93,6 +92,12 @@ bool suOlePropertySection::AddName(std::uint32_t id, std::u16string_view name)
     }
     changed = true;
     return added;
+}
+
+void suOlePropertySection::forgetNames(std::uint32_t id)
+{
+    while (names.eraseFirstOf(id))
+        changed = true;
 }
 
 std::optional<std::uint32_t> suOlePropertySection::FindIdByName(std::u16string_view name) const

@@ -58,6 +58,8 @@ public:
     // False when the name was there, whose id then stays. A name "KV-stem(alias)" gives "KV-stem" and "KV-alias" to the id
     // as well, taking them from any other.
     bool AddName(std::uint32_t id, std::u16string_view name);
+    // Names that a removed property of the id has left behind.
+    void forgetNames(std::uint32_t id);
     std::optional<std::uint32_t> FindIdByName(std::u16string_view name) const;
     const std::u16string* FindNameById(std::uint32_t id) const { return names.firstOf(id); }
     // Knows a name "KV-stem(alias)" by its parts as well.

@@ -55,6 +55,13 @@ std::u16string linkText(const suOlePropertySection& section, const suOleProperty
     return companion ? ValueToText(companion, codePage) : std::u16string();
 }
 
+// A damaged section may hold several companions of one id.
+void cutLink(suOlePropertySection& section, std::uint32_t id)
+{
+    while (section.RemoveProperty(id + companionOffset))
+        continue;
+}
+
 } // namespace
 
 template <class Visitor> void suPropertyStore_c::iForEachCustom(Visitor&& visit) const
@@ -84,6 +91,8 @@ bool suPropertyStore_c::AddCustomProperty(std::u16string_view name, std::uint32_
     const auto value = TextToValue(text, type, userSection->CodePage());
     if (!value || userSection->findById(id)) // past the last plain id there is no free one: nothing may be overwritten
         return false;
+    userSection->forgetNames(id); // the id may have been another's, which left names and a link
+    cutLink(*userSection, id);
     return userSection->SetProperty(id, *value, type, name);
 }
 
@@ -119,7 +128,7 @@ bool suPropertyStore_c::SetCustomProperty(std::u16string_view name, std::u16stri
     const auto value = TextToValue(text, type, userSection->CodePage());
     if (!value || !userSection->SetProperty(property->id, *value, type, name))
         return false;
-    userSection->RemoveProperty(property->id + companionOffset);
+    cutLink(*userSection, property->id);
     dirty = true;
     return true;
 }
@@ -135,7 +144,7 @@ bool suPropertyStore_c::DeleteCustomProperty(std::u16string_view name)
     if (id >= 2) {
         userSection->RemoveProperty(id);
         if ((id & 0x7FFFFFFF) < companionOffset)
-            userSection->RemoveProperty(id + companionOffset);
+            cutLink(*userSection, id);
     }
     return true;
 }

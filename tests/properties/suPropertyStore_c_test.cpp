@@ -166,6 +166,18 @@ TEST(CustomProperties, AddedPropertiesStandBehindTheOthersAndTheDictionaryLast)
                                           {0, dictionary({{0, "S"}, {10, "Alpha"}, {9, "Nine"}, {11, "Text"}})}}));
 }
 
+TEST(CustomProperties, ANewPropertyHasNeitherLinkNorNamesOfAnOldOne)
+{
+    const std::string link = textValue("link");
+    StoreUnderTest t({{1, shortValue(1252)}, {3, textValue("no name")}, {0x01000003, link}, {0x01000003, link}, {0, emptyDictionary}});
+    EXPECT_TRUE(t.store.AddCustomProperty(u"New", 30, u"value"));
+    EXPECT_EQ(t.text(u"New"), u"value 30");
+    EXPECT_TRUE(t.store.AddCustomProperty(u"KV-Mass(unit)", 30, u"m") && t.store.DeleteCustomProperty(u"KV-Mass"));
+    EXPECT_FALSE(t.store.AddCustomProperty(u"KV-unit", 30, u"x")) << "the other names of a deleted one stay in use";
+    EXPECT_TRUE(t.store.AddCustomProperty(u"Next", 30, u"value"));
+    EXPECT_EQ(t.text(u"Next"), u"value 30");
+}
+
 TEST(CustomProperties, NothingIsOverwrittenPastTheLastId)
 {
     StoreUnderTest t({{1, shortValue(1252)},
