@@ -168,7 +168,7 @@ TEST(CompoundFileDamage, StoragesThatShareChildrenDoNotMultiply)
         std::vector<std::u16string> at(path.begin(), path.begin() + depth);
         at.push_back(u"L");
         left[depth] = builder.placeOf(at).directoryEntry;
-        at.back() = u"R";
+        at.back().assign(1, u'R');
         right[depth] = builder.placeOf(at).directoryEntry;
     }
     Bytes bytes = builder.build();
@@ -192,7 +192,9 @@ TEST(CompoundFileDamage, NamesWithZeroUnitsOpenByWhatIsBeforeThem)
     EXPECT_TRUE(readStream(*storage, u"abc"));
     CompoundFile file(lockBytesOf(bytes));
     file.open(readElement);
-    EXPECT_EQ(file.storedName(1), std::u16string(u"abc\0ef", 6));
+    EXPECT_EQ(file.info(1).name, std::u16string(u"abc\0ef", 6));
+    EXPECT_EQ(file.find(CompoundFile::rootId, std::u16string_view(u"ABC\0ef", 6)), 1u);
+    EXPECT_EQ(file.find(CompoundFile::rootId, u"abc"), 1u);
 }
 
 } // namespace

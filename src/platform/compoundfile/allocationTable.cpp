@@ -12,6 +12,7 @@ void AllocationTable::start(const CompoundHeader& header)
     bytesPerSector = header.sectorBytes();
     places.clear();
     difat.clear();
+    difatSeen.clear();
     // The count of the header is not asked: files whose count is wrong are many, and a free slot ends the list anyway.
     const auto end = std::find(header.fat.begin(), header.fat.end(), freeSector);
     places.assign(header.fat.begin(), end);
@@ -35,11 +36,10 @@ std::uint32_t AllocationTable::sectorCount() const noexcept
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(count, std::uint64_t{largestSector} + 1));
 }
 
-// The index never grows past what the sectors of the file need, so a chain of it that runs in a circle ends.
+// An index that runs in a circle ends where it meets itself, so it is never larger than the file.
 bool AllocationTable::iReadDifat()
 {
-    const std::uint64_t needed = (std::uint64_t{sectorCount()} + linksPerSector() - 1) / linksPerSector();
-    if (nextDifat > largestSector || nextDifat >= sectorCount() || places.size() >= needed)
+    if (nextDifat >= sectorCount() || !difatSeen.insert(nextDifat).second)
         return false;
     std::array<std::uint8_t, 4096> sector;
     if (file.readFresh(offsetOf(nextDifat), sector.data(), bytesPerSector) < bytesPerSector)

@@ -4,6 +4,7 @@
 #include "platform/compoundfile/blockFile.h"
 #include "platform/compoundfile/format.h"
 
+#include <unordered_set>
 #include <vector>
 
 namespace kvdm {
@@ -44,6 +45,7 @@ private:
     std::uint32_t bytesPerSector = 512;
     std::vector<std::uint32_t> places; // of table sectors, as far as they are known
     std::vector<std::uint32_t> difat;  // sectors of the index that were read
+    std::unordered_set<std::uint32_t> difatSeen;
     std::uint32_t nextDifat = endOfChain;
 };
 

@@ -50,6 +50,12 @@ void BlockFile::measure()
     byteCount = there;
 }
 
+bool BlockFile::isCutShort()
+{
+    STATSTG statistics{};
+    return SUCCEEDED(bytes->Stat(&statistics, STATFLAG_NONAME)) && statistics.cbSize.QuadPart < byteCount;
+}
+
 std::size_t BlockFile::readFresh(std::uint64_t offset, void* buffer, std::size_t count)
 {
     auto* out = static_cast<std::uint8_t*>(buffer);

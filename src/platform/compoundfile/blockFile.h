@@ -25,6 +25,8 @@ public:
     // Asks the byte array for its size; an array that cannot tell is measured by reading. Throws.
     void measure();
     std::uint64_t size() const noexcept { return byteCount; }
+    // True when the byte array is shorter now than it was: somebody has taken bytes away.
+    bool isCutShort();
 
     // Copies what is there; fewer than asked only at the end.
     std::size_t read(std::uint64_t offset, void* buffer, std::size_t count);

@@ -130,8 +130,6 @@ void Checker::iHeader()
         iFault("header: the mini stream cutoff is " + number(readLe32(at + 56)));
     wide = major >= 4;
     sectorBytes = 1u << shift;
-    if (size % sectorBytes != 0)
-        iFault("the file ends inside a sector");
     sectors = static_cast<std::uint32_t>(std::min<std::uint64_t>(size <= sectorBytes ? 0 : (size - 1) / sectorBytes, lastNumber));
     uses.assign(sectors, Use::none);
     if (!wide && readLe32(at + 40) != 0)
@@ -410,6 +408,9 @@ void Checker::iStreams()
 
 void Checker::iUnused()
 {
+    // Behind the last sector that is used, a file may end anywhere: a save that was cut off leaves such ends.
+    if (size % sectorBytes != 0 && sectors != 0 && uses[sectors - 1] != Use::none)
+        iFault("the file ends inside a sector that is used");
     for (std::uint32_t i = 0; i < sectors; ++i) {
         if (uses[i] == Use::none && fat[i] != freeSector)
             iFault("sector " + number(i) + " is marked as used, but nothing uses it");

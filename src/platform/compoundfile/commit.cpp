@@ -37,6 +37,7 @@ void CompoundFile::iPlaceAll()
         iPlaceContent(id, *content);
     mini.trim();
     mini.stream().flush();
+    mini.stream().moveDown(16);
     iRetire(mini.stream().droppedSectors());
     const EntryView root = directory.entry(rootId);
     const std::uint32_t start = mini.stream().size() == 0 ? endOfChain : mini.stream().sectors().start();
@@ -125,6 +126,8 @@ void CompoundFile::commit(DWORD flags)
     HeaderBytes now{};
     if (file.readFresh(0, now.data(), now.size()) < now.size() || now != headerOnDisk)
         throw suOleException(STG_E_NOTCURRENT); // another writer, where there are no locks: nothing of his is touched
+    if (file.isCutShort())
+        throw suOleException(STG_E_DOCFILECORRUPT);
 
     iPlaceAll();
     CompoundHeader next = header;

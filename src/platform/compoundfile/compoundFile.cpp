@@ -136,7 +136,7 @@ ElementInfo CompoundFile::info(ElementId element)
 {
     const EntryView entry = directory.entry(element);
     ElementInfo result;
-    result.name = entry.name();
+    result.name = entry.storedName();
     result.isStorage = entry.type() != EntryType::stream;
     if (result.isStorage) {
         result.clsid = entry.clsid();
@@ -149,11 +149,6 @@ ElementInfo CompoundFile::info(ElementId element)
     const std::shared_ptr<StreamContent> content = open == contents.end() ? nullptr : open->second.lock();
     result.size = content ? content->size() : directory.sizeOf(element);
     return result;
-}
-
-std::u16string CompoundFile::storedName(ElementId element)
-{
-    return directory.entry(element).storedName();
 }
 
 std::vector<ElementId> CompoundFile::children(ElementId storage)

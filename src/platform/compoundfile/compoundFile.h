@@ -47,8 +47,6 @@ public:
     void destroy(ElementId storage, ElementId element) override;
     void rename(ElementId storage, ElementId element, std::u16string_view name) override;
     void change(ElementId element, const ElementChange& change) override;
-    // The name with the zero units inside it that no interface can carry.
-    std::u16string storedName(ElementId element);
 
     // Makes the working state the committed one: shadow commit, see commit.cpp. Throws; the file holds the old state then,
     // or, when only the last flush failed, the new one.

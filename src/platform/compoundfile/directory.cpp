@@ -113,6 +113,13 @@ std::optional<std::uint32_t> Directory::iFindInTree(std::uint32_t storage, std::
 
 std::optional<std::uint32_t> Directory::find(std::uint32_t storage, std::u16string_view name)
 {
+    if (name.find(u'\0') != name.npos) { // no interface but the exact one carries such a name
+        for (const std::uint32_t id : children(storage)) {
+            if (compareNames(name, entry(id).storedName()) == 0)
+                return id;
+        }
+        return std::nullopt;
+    }
     const bool wasKnown = trees.contains(storage);
     if (!wasKnown) {
         try {

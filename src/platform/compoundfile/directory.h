@@ -27,6 +27,7 @@ public:
     EntryView entry(std::uint32_t id);
     std::uint64_t sizeOf(std::uint32_t id) { return entry(id).size(wide); }
 
+    // A name without zero units finds an element whose name goes on behind one, too.
     std::optional<std::uint32_t> find(std::uint32_t storage, std::u16string_view name);
     // All elements in name order.
     std::vector<std::uint32_t> children(std::uint32_t storage);

@@ -17,7 +17,7 @@ using ElementId = std::uint32_t;
 
 struct ElementInfo
 {
-    std::u16string name;
+    std::u16string name; // as it is stored: odd files have zero units in it, which end it on its way over the interfaces
     bool isStorage = false;
     CLSID clsid{};
     DWORD stateBits = 0;

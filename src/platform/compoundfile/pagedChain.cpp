@@ -3,6 +3,7 @@
 #include "common/exceptions.h"
 #include "platform/compoundfile/sectorAllocator.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace kvdm {
@@ -71,8 +72,30 @@ void PagedChain::removeLast()
     changed = true;
 }
 
+// Pages at the far end of the file that did not change otherwise, a few with each commit.
+void PagedChain::iMoveDown(SectorAllocator& allocator)
+{
+    unsigned left = 8;
+    for (std::uint32_t i = 0; i < std::max<std::size_t>(pages.size(), left) && left != 0; ++i) {
+        if (total && i >= *total)
+            return;
+        if (i < pages.size() && pages[i].isChanged)
+            continue;
+        try {
+            const SectorChain::Run there = chain.at(i);
+            if (there.count == 0)
+                return;
+            if (allocator.shouldMoveDown(there.sector) && edit(i))
+                --left;
+        } catch (const suOleException&) {
+            return; // a damaged table stays where it is
+        }
+    }
+}
+
 void PagedChain::place(SectorAllocator& allocator, std::vector<SectorChain::Run>& dropped)
 {
+    iMoveDown(allocator);
     if (!changed)
         return;
     for (std::uint32_t i = 0; i < pages.size(); ++i) {

@@ -52,6 +52,8 @@ private:
         bool isChanged = false;
     };
 
+    void iMoveDown(SectorAllocator& allocator);
+
     BlockFile& file;
     AllocationTable& table;
     SectorChain chain;

@@ -121,6 +121,13 @@ std::uint32_t SectorAllocator::takeNear(const std::set<std::uint32_t>& tableSect
     return iGrow(1).sector;
 }
 
+bool SectorAllocator::shouldMoveDown(std::uint32_t sector)
+{
+    iStart();
+    const auto room = reusable.lowest(1);
+    return room && room->sector < endSector / 2 && sector >= endSector - endSector / 4;
+}
+
 SectorRun SectorAllocator::iGrow(std::uint32_t count)
 {
     const std::uint64_t reach = std::uint64_t{table.tableSectors()} * table.linksPerSector();

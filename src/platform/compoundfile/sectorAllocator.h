@@ -36,6 +36,9 @@ public:
     SectorRun take(std::uint32_t count);
     // One sector for the tables, at best in a part of the file whose table sector changes anyway.
     std::uint32_t takeNear(const std::set<std::uint32_t>& tableSectors);
+    // True for a sector near the end of the file while there is much room lower down: what lies there, if it is cheap to move,
+    // keeps the file from becoming shorter.
+    bool shouldMoveDown(std::uint32_t sector);
     // Fresh sectors that are not needed after all. Those of a transaction that was reverted meanwhile are passed over.
     void giveBack(SectorRun fresh, unsigned ofEpoch);
     unsigned epoch() const noexcept { return currentEpoch; }

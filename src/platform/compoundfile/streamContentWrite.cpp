@@ -66,6 +66,28 @@ void StreamContent::flush()
     gathered.clear();
 }
 
+void StreamContent::moveDown(unsigned most)
+{
+    const std::uint32_t sectorBytes = home.table.sectorBytes();
+    std::vector<std::uint8_t> bytes(sectorBytes);
+    for (std::size_t i = 0; i < chain.knownRuns().size() && most != 0; ++i) {
+        const SectorChain::Run run = chain.knownRuns()[i];
+        const std::uint32_t last = run.index + run.count - 1; // runs are moved from their end, sector by sector
+        if (run.fresh || !home.allocator.shouldMoveDown(run.sector + run.count - 1))
+            continue;
+        const std::uint64_t position = std::uint64_t{last} * sectorBytes;
+        if (position >= byteCount)
+            continue;
+        const auto count = static_cast<std::size_t>(std::min<std::uint64_t>(sectorBytes, byteCount - position));
+        if (read(position, bytes.data(), count).count < count)
+            return;
+        iWriteSectors(position, bytes.data(), count);
+        changed = true;
+        --most;
+        i = static_cast<std::size_t>(-1); // the runs are others now
+    }
+}
+
 // The bytes wait to be written like any others.
 void StreamContent::iMoveToSectors()
 {

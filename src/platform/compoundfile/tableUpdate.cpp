@@ -9,6 +9,7 @@ namespace kvdm {
 namespace {
 
 constexpr std::uint32_t nowhere = freeSector;
+constexpr std::size_t mostBytesMoved = 16384;
 
 } // namespace
 
@@ -97,10 +98,10 @@ void TableUpdate::iFreeTable(std::uint32_t sector)
     freed.add(sector, 1);
 }
 
-std::uint32_t TableUpdate::iTake(std::uint32_t mark)
+std::uint32_t TableUpdate::iTake(std::uint32_t mark, bool low)
 {
     taken.reserve(taken.size() + 1);
-    const std::uint32_t sector = allocator.takeNear(editedNumbers);
+    const std::uint32_t sector = low ? allocator.take(1).sector : allocator.takeNear(editedNumbers);
     taken.push_back(sector);
     iSet(sector, mark);
     published.add(sector, 1);
@@ -137,13 +138,26 @@ bool TableUpdate::iCover()
     return false;
 }
 
+// Table sectors at the far end that did not change otherwise, a few with each commit.
+void TableUpdate::iMoveDown()
+{
+    std::size_t most = mostBytesMoved / (std::size_t{perSector} * 4);
+    for (std::uint32_t page = 0; page < places.size() && most != 0; ++page) {
+        if (places[page] == nowhere || edited.contains(page) || !allocator.shouldMoveDown(places[page]))
+            continue;
+        iEdit(page);
+        moving.insert(page);
+        --most;
+    }
+}
+
 bool TableUpdate::iPlacePage()
 {
     if (unplaced.empty())
         return false;
     const std::uint32_t page = *unplaced.begin();
     const std::uint32_t old = places[page];
-    places[page] = iTake(fatSectorMark);
+    places[page] = iTake(fatSectorMark, moving.contains(page));
     unplaced.erase(page);
     if (page >= headerFatSlots)
         difatChanged = std::max(difatChanged, (page - headerFatSlots) / (perSector - 1) + 1);
@@ -195,6 +209,7 @@ void TableUpdate::iMakeDifat()
 
 void TableUpdate::finish(CompoundHeader& header)
 {
+    iMoveDown();
     while (iCover() || iPlacePage() || iPlaceDifat()) {
     }
     iMakeDifat();

@@ -44,10 +44,11 @@ private:
     std::uint32_t iGet(std::uint32_t sector);
     void iSet(std::uint32_t sector, std::uint32_t value);
     Page& iEdit(std::uint32_t tableSector);
-    std::uint32_t iTake(std::uint32_t mark);
+    std::uint32_t iTake(std::uint32_t mark, bool low = false);
     void iFreeTable(std::uint32_t sector);
     bool iCover();
     bool iPlacePage();
+    void iMoveDown();
     bool iPlaceDifat();
     void iMakeDifat();
 
@@ -57,6 +58,7 @@ private:
     std::map<std::uint32_t, Page> edited;
     std::set<std::uint32_t> editedNumbers;
     std::set<std::uint32_t> unplaced; // of the edited ones
+    std::set<std::uint32_t> moving;   // of those, the ones that changed in nothing but their place
     std::vector<std::uint32_t> places, difat;
     std::uint32_t difatPlaced = 0;  // so many of the index sectors, from the first on, have fresh places
     std::uint32_t difatChanged = 0; // so many must have

@@ -60,8 +60,13 @@ std::optional<ElementId> TransactionStore::find(ElementId storage, std::u16strin
 {
     Node& node = iNode(storage);
     iKnowChildren(node);
-    const auto child = node.children.find(std::u16string(name));
-    return child == node.children.end() ? std::nullopt : std::optional(child->second);
+    if (const auto child = node.children.find(std::u16string(name)); child != node.children.end())
+        return child->second;
+    for (const auto& [stored, id] : node.children) { // odd names go on behind a zero
+        if (const std::size_t zero = stored.find(u'\0'); zero != stored.npos && compareNames(name, stored.substr(0, zero)) == 0)
+            return id;
+    }
+    return std::nullopt;
 }
 
 ElementInfo TransactionStore::info(ElementId element)

@@ -1,0 +1,241 @@
+// Files of the system: share modes between handles and between processes, readers beside a writer, processes that are killed.
+#include "platform/compoundfile/checker.h"
+#include "platform/compoundfile/lockBytes.h"
+#include "support/StorageTools.h"
+#include "support/TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+
+namespace kvdm::test {
+namespace {
+
+constexpr DWORD writing = 0x10022, readingOn = 0x210040, readingSnapshot = 0x10040;
+
+// A file of its own for one test.
+class SharedFile : public ::testing::Test
+{
+protected:
+    SharedFile()
+    {
+        CompoundFileBuilder builder;
+        builder.root().stream(u"large", patternBytes(100000));
+        builder.root().stream(u"small", patternBytes(100));
+        builder.write(nativeName);
+        name = std::u16string(nativeName.begin(), nativeName.end());
+    }
+
+    HRESULT open(DWORD mode, ComPtr<IStorage>& storage) { return StgOpenStorage(name.c_str(), nullptr, mode, nullptr, 0, storage.put()); }
+    HRESULT status(DWORD mode)
+    {
+        ComPtr<IStorage> storage;
+        return open(mode, storage);
+    }
+    // What another process gets when it runs this; its exit code.
+    int inChild(const std::function<int()>& body)
+    {
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(body());
+        int result = 0;
+        waitpid(child, &result, 0);
+        return WIFEXITED(result) ? WEXITSTATUS(result) : -1;
+    }
+    std::size_t fileSize() const { return readWholeFile(nativeName).size(); }
+
+    TemporaryFolder folder;
+    std::string nativeName = folder / "shared.kvdprt";
+    std::u16string name;
+};
+
+TEST_F(SharedFile, WhatOneHandleDeniesAnotherDoesNotGet)
+{
+    struct Pair
+    {
+        DWORD first, second;
+        HRESULT status;
+    };
+    const Pair pairs[] = {
+        {writing, writing, STG_E_SHAREVIOLATION},
+        {writing, readingOn, S_OK},
+        {writing, readingSnapshot, S_OK},
+        {writing, 0x10000, S_OK},
+        {writing, 0x20, STG_E_LOCKVIOLATION},
+        {writing, 0x10, STG_E_LOCKVIOLATION},
+        {readingOn, writing, S_OK},
+        {readingOn, readingOn, S_OK},
+        {readingOn, 0x10012, STG_E_LOCKVIOLATION},
+        {0x20, writing, STG_E_SHAREVIOLATION},
+        {0x20, 0x20, S_OK},
+        {0x20, readingSnapshot, S_OK},
+        {0x10012, readingOn, STG_E_SHAREVIOLATION},
+        {0x10012, writing, STG_E_SHAREVIOLATION},
+        {0x10, readingOn, STG_E_SHAREVIOLATION},
+    };
+    for (const Pair& pair : pairs) {
+        ComPtr<IStorage> first;
+        ASSERT_EQ(open(pair.first, first), S_OK) << std::hex << pair.first;
+        EXPECT_EQ(status(pair.second), pair.status) << std::hex << pair.first << " then " << pair.second;
+        EXPECT_EQ(inChild([&] { return status(pair.second) == pair.status ? 0 : 1; }), 0) << std::hex << "in another process: " << pair.second;
+        first.reset();
+        EXPECT_EQ(status(0x10012), S_OK) << "everything is given back";
+    }
+}
+
+TEST_F(SharedFile, CreationDoesNotPullAFileAwayFromAnybody)
+{
+    ComPtr<IStorage> held, made;
+    const Bytes before = readWholeFile(nativeName);
+    for (const DWORD mode : {writing, readingOn, readingSnapshot}) {
+        ASSERT_EQ(open(mode, held), S_OK);
+        EXPECT_EQ(StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()), STG_E_SHAREVIOLATION);
+        held.reset();
+        EXPECT_EQ(readWholeFile(nativeName), before);
+    }
+    EXPECT_EQ(StgCreateDocfile(name.c_str(), 0x10022, 0, made.put()), STG_E_FILEALREADYEXISTS);
+    EXPECT_EQ(StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()), S_OK);
+    EXPECT_EQ(status(writing), STG_E_SHAREVIOLATION);
+    made.reset();
+    EXPECT_EQ(StgCreateDocfile((name + u"/none/x").c_str(), 0x11022, 0, made.put()), STG_E_PATHNOTFOUND);
+    EXPECT_EQ(StgCreateDocfile(nullptr, 0x4011012, 0, made.put()), S_OK);
+    STATSTG told{};
+    ASSERT_EQ(made->Stat(&told, STATFLAG_DEFAULT), S_OK);
+    const std::u16string temporary(told.pwcsName);
+    CoTaskMemFree(told.pwcsName);
+    EXPECT_EQ(StgIsStorageFile(temporary.c_str()), S_OK);
+    made.reset();
+    EXPECT_EQ(StgIsStorageFile(temporary.c_str()), STG_E_FILENOTFOUND) << "deleted on release";
+}
+
+TEST_F(SharedFile, AReaderThatDeniesNothingKeepsItsStateWhileAWriterCommits)
+{
+    for (const DWORD mode : {readingOn, readingSnapshot}) {
+        for (const bool otherProcess : {false, true}) {
+            ComPtr<IStorage> reader, writer;
+            int ready[2], done[2];
+            ASSERT_EQ(pipe(ready), 0);
+            ASSERT_EQ(pipe(done), 0);
+            pid_t child = 0;
+            char byte = 0;
+            Tree expected;
+            ASSERT_EQ(open(mode, reader), S_OK);
+            expected = readTree(*reader);
+            if (otherProcess) {
+                reader.reset();
+                child = fork();
+                if (child == 0) {
+                    ComPtr<IStorage> own;
+                    const bool good = SUCCEEDED(open(mode, own));
+                    (void)!write(ready[1], "r", 1);
+                    (void)!read(done[0], &byte, 1);
+                    _exit(good && differences(readTree(*own), expected).empty() ? 0 : 1);
+                }
+                ASSERT_EQ(read(ready[0], &byte, 1), 1);
+            }
+            const std::size_t sizeBefore = fileSize();
+            ASSERT_EQ(open(writing, writer), S_OK);
+            for (std::uint32_t i = 1; i <= 10; ++i) {
+                ASSERT_TRUE(writeStream(*writer, u"large", patternBytes(100000, i)));
+                ASSERT_TRUE(writeStream(*writer, u"small", patternBytes(100, i)));
+                ASSERT_EQ(writer->Commit(STGC_ONLYIFCURRENT), S_OK);
+                if (!otherProcess) {
+                    EXPECT_EQ(differences(readTree(*reader), expected), "") << "after commit " << i;
+                }
+            }
+            EXPECT_GT(fileSize(), sizeBefore + 500000) << "nothing that the reader has may be used again";
+            if (otherProcess) {
+                (void)!write(done[1], "d", 1);
+                int result = 1;
+                waitpid(child, &result, 0);
+                EXPECT_EQ(result, 0);
+            }
+            reader.reset();
+            for (int i = 0; i < 6; ++i) { // nobody reads any more: the room is used again
+                ASSERT_TRUE(writeStream(*writer, u"large", patternBytes(100000, 20 + i)));
+                ASSERT_EQ(writer->Commit(STGC_ONLYIFCURRENT), S_OK);
+            }
+            EXPECT_LT(fileSize(), sizeBefore + 400000);
+            for (const int descriptor : {ready[0], ready[1], done[0], done[1]})
+                close(descriptor);
+        }
+    }
+}
+
+TEST_F(SharedFile, MoreReadersThanThereArePlacesAreToldSo)
+{
+    std::vector<ComPtr<IStorage>> readers(20);
+    for (auto& reader : readers)
+        ASSERT_EQ(open(readingOn, reader), S_OK);
+    EXPECT_EQ(status(readingOn), STG_E_TOOMANYOPENFILES);
+    readers.pop_back();
+    EXPECT_EQ(status(readingOn), S_OK);
+}
+
+TEST_F(SharedFile, AKilledProcessLeavesACommittedState)
+{
+    const int kills = std::getenv("KVDM_TEST_FULL") ? 400 : 12;
+    for (int kill = 0; kill < kills; ++kill) {
+        const pid_t child = fork();
+        if (child == 0) { // each state is told by all of its streams at once
+            ComPtr<IStorage> root;
+            if (FAILED(open(writing, root)))
+                _exit(1);
+            for (std::uint32_t i = 1;; ++i) {
+                writeStream(*root, u"large", patternBytes(50000 + i % 7 * 30000, i));
+                writeStream(*root, u"small", patternBytes(i % 5 * 1000, i));
+                writeStream(*root, u"number", {static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8)});
+                if (FAILED(root->Commit(STGC_DEFAULT)))
+                    _exit(1);
+            }
+        }
+        usleep(static_cast<useconds_t>(3000 + kill * 7919 % 20000));
+        ::kill(child, SIGKILL);
+        int result = 0;
+        waitpid(child, &result, 0);
+        ASSERT_TRUE(WIFSIGNALED(result));
+        ComPtr<IStorage> root;
+        ASSERT_EQ(open(readingOn, root), S_OK);
+        if (const auto number = readStream(*root, u"number")) {
+            const std::uint32_t i = (*number)[0] | (*number)[1] << 8;
+            EXPECT_EQ(readStream(*root, u"large"), patternBytes(50000 + i % 7 * 30000, i));
+            EXPECT_EQ(readStream(*root, u"small"), patternBytes(i % 5 * 1000, i));
+        }
+        root.reset();
+        const auto faults = checkCompoundFile(*lockBytesOf(readWholeFile(nativeName)));
+        ASSERT_TRUE(faults.empty()) << faults.front();
+    }
+    EXPECT_LT(fileSize(), 2000000u) << "what killed saves left behind is used again";
+}
+
+TEST_F(SharedFile, MissingForeignAndTruncatedFilesHaveTheirStatuses)
+{
+    ComPtr<IStorage> storage;
+    EXPECT_EQ(StgOpenStorage(u"/no/such/file", nullptr, readingOn, nullptr, 0, storage.put()), STG_E_PATHNOTFOUND);
+    EXPECT_EQ(StgOpenStorage((name + u"x").c_str(), nullptr, readingOn, nullptr, 0, storage.put()), STG_E_FILENOTFOUND);
+    EXPECT_EQ(StgOpenStorage(nullptr, nullptr, readingOn, nullptr, 0, storage.put()), STG_E_INVALIDNAME);
+    EXPECT_EQ(status(0x40), STG_E_INVALIDFLAG); // a file that is not transacted must keep writers out
+    const std::string folderName = folder / "";
+    EXPECT_EQ(StgOpenStorage(std::u16string(folderName.begin(), folderName.end()).c_str(), nullptr, readingOn, nullptr, 0, storage.put()),
+              STG_E_ACCESSDENIED);
+
+    ASSERT_EQ(open(writing, storage), S_OK);
+    ASSERT_TRUE(writeStream(*storage, u"new", patternBytes(10000)));
+    ASSERT_EQ(truncate(nativeName.c_str(), 2000), 0);
+    EXPECT_EQ(storage->Commit(STGC_DEFAULT), STG_E_DOCFILECORRUPT);
+    EXPECT_FALSE(readStream(*storage, u"large"));
+    storage.reset();
+    ASSERT_TRUE(writeWholeFile(nativeName, {}));
+    EXPECT_EQ(status(readingOn), STG_E_FILEALREADYEXISTS) << "an empty file is there, but no storage";
+    ASSERT_TRUE(writeWholeFile(nativeName, Bytes(1000, 'x')));
+    EXPECT_EQ(status(readingOn), STG_E_FILEALREADYEXISTS);
+    EXPECT_EQ(StgIsStorageFile(name.c_str()), S_FALSE);
+}
+
+} // namespace
+} // namespace kvdm::test
