@@ -57,11 +57,13 @@ bool dmDocument_c::iWrite(suStructuredStorage& storage, KvDmDocumentSaveError& e
         retiredConfigurations.forEach(saveProperties);
         if (suDocumentProperties_c* read = getProperties()) {
             iStoreLinks(*read);
-            read->Write(*root);
+            if (!read->Write(*root))
+                throw suFileException(suFileException::generic);
         }
         if (suSummaryInformation_c* read = getSummary()) {
             read->stampSave();
-            read->Write(*root);
+            if (!read->Write(*root))
+                throw suFileException(suFileException::generic);
         }
         if (suRefNameMgr_c* read = getRefNames())
             read->store(storage);
@@ -91,15 +93,17 @@ bool dmDocument_c::saveAs(const std::u16string& newPath, KvDmDocumentSaveError& 
 {
     error = kvDmDocumentSaveErrorNone;
     try {
+        // Before the new file is made, which empties a file of that name: the document's own must be open then, so that it is
+        // refused, and another one must not go for a document that has nothing to give.
+        const ComPtr<IStorage> storage = getStorage();
+        if (!storage)
+            return false;
         ComPtr<IStorage> created;
         const HRESULT status = StgCreateDocfile(toOle(newPath), newDocumentMode, 0, created.put());
         if (FAILED(status)) {
             (void)created.detach();
             throw suOleException(status);
         }
-        const ComPtr<IStorage> storage = getStorage();
-        if (!storage)
-            return false;
         check(storage->CopyTo(0, nullptr, nullptr, created.get()));
         suStructuredStorage wrapper(created.get());
         if (fileVersion != 0)

@@ -149,7 +149,7 @@ TEST_F(Document, CountsHyperlinksAgainAtEachCall)
     EXPECT_EQ(at(6), "(failed)");
     EXPECT_EQ(document->ModifyHyperLinkAt(5, OwnedBstr(u"new").get()), S_OK);
     EXPECT_EQ(document->ModifyHyperLinkAt(6, OwnedBstr(u"new").get()), E_FAIL);
-    EXPECT_EQ(at(5), "http://two") << "a change shows after the next save";
+    EXPECT_EQ(at(5), "http://two") << "changes go to the wanted list";
 }
 
 TEST_F(Document, GivesVisibleAndInvisiblePropertiesApart)
