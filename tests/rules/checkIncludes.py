@@ -22,7 +22,7 @@ BELOW = {
 }
 # Commands that show a file as it lies on the disk.
 RAW_COMMANDS = ["ls.cpp", "cat.cpp", "check.cpp", "nodes.cpp", "nodes.h"]
-RAW_ROOMS = re.compile(r"storage/|platform/compoundfile/checker\.h$")
+RAW_ROOMS = re.compile(r"storage/|platform/compoundfile/(checker|exactNames)\.h$")
 
 STANDARD = set("""algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes climits clocale cmath
     codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg cstddef cstdint cstdio cstdlib cstring ctime cuchar
