@@ -133,6 +133,37 @@ TEST(CompoundFileDamage, EveryTruncationAndEveryFlippedByteIsSurvived)
     }
 }
 
+TEST(CompoundFileDamage, ADamagedFileIsSavedOrRefusedCleanly)
+{
+    const Bytes good = sampleBuilder().build();
+    for (std::size_t at = 0; at < good.size(); at += at < 2560 ? 3 : 149) {
+        for (const std::uint8_t flip : {0x01, 0x80, 0xFF}) {
+            Bytes bytes = good;
+            bytes[at] ^= flip;
+            const auto array = lockBytesOf(bytes);
+            ComPtr<IStorage> root, inner;
+            if (FAILED(StgOpenStorageOnILockBytes(array.get(), nullptr, 0x10022, nullptr, 0, root.put())))
+                continue;
+            const Tree before = readTree(*root);
+            writeStream(*root, u"Alpha", patternBytes(6000));
+            writeStream(*root, u"New", patternBytes(100));
+            root->RenameElement(u"Large", u"Larger");
+            root->DestroyElement(u"Inner");
+            const HRESULT status = root->Commit(STGC_DEFAULT);
+            root.reset();
+            root = openStorageOf(bytesOf(*array));
+            ASSERT_TRUE(root) << at << " " << status;
+            const Tree after = readTree(*root);
+            if (FAILED(status)) {
+                EXPECT_EQ(differences(after, before), "") << at;
+            } else {
+                EXPECT_EQ(after.at(u"Alpha"), patternBytes(6000)) << at;
+                EXPECT_EQ(after.at(u"New"), patternBytes(100)) << at;
+            }
+        }
+    }
+}
+
 TEST(CompoundFileDamage, ATreeInTheWrongOrderIsStillSearched)
 {
     CompoundFileBuilder builder;

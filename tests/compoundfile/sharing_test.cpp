@@ -173,6 +173,7 @@ TEST_F(SharedFile, MoreReadersThanThereArePlacesAreToldSo)
     for (auto& reader : readers)
         ASSERT_EQ(open(readingOn, reader), S_OK);
     EXPECT_EQ(status(readingOn), STG_E_TOOMANYOPENFILES);
+    EXPECT_EQ(status(readingSnapshot), S_OK) << "what the caller tries next";
     readers.pop_back();
     EXPECT_EQ(status(readingOn), S_OK);
 }
@@ -211,6 +212,38 @@ TEST_F(SharedFile, AKilledProcessLeavesACommittedState)
         ASSERT_TRUE(faults.empty()) << faults.front();
     }
     EXPECT_LT(fileSize(), 2000000u) << "what killed saves left behind is used again";
+}
+
+TEST_F(SharedFile, TheLockRegionStaysOutOfEveryChainWhenAFileGrowsPastIt)
+{
+    CompoundFileBuilder builder(4);
+    builder.root().filled(u"hole", 0x7FFFF000 - (6u << 20));
+    ASSERT_TRUE(builder.write(nativeName));
+    ComPtr<IStorage> root;
+    ASSERT_EQ(open(writing, root), S_OK);
+    const Bytes content = patternBytes(12u << 20);
+    ASSERT_TRUE(writeStream(*root, u"across", content));
+    ASSERT_EQ(root->Commit(STGC_DEFAULT), S_OK);
+    ASSERT_TRUE(writeStream(*root, u"behind", patternBytes(100000)));
+    ASSERT_EQ(root->Commit(STGC_DEFAULT), S_OK);
+    root.reset();
+    HRESULT status = S_OK;
+    const auto bytes = openFileLockBytes(name, FileAccess::read, FileCreation::openExisting, status);
+    const auto faults = checkCompoundFile(*bytes);
+    EXPECT_TRUE(faults.empty()) << faults.front();
+    Bytes region(4096, 1);
+    ULONG read = 0;
+    ASSERT_EQ(bytes->ReadAt(wide(0x7FFFF000), region.data(), 4096, &read), S_OK);
+    EXPECT_EQ(region, Bytes(4096)) << "nothing is ever written there";
+    ASSERT_EQ(open(readingOn, root), S_OK);
+    EXPECT_TRUE(readStream(*root, u"across") == content);
+    EXPECT_EQ(readStream(*root, u"behind"), patternBytes(100000));
+    // Version 3 ends there.
+    const auto small = lockBytesOf({});
+    ASSERT_EQ(StgCreateDocfileOnILockBytes(small.get(), 0x11022, 0, root.put()), S_OK);
+    ComPtr<IStream> stream;
+    ASSERT_EQ(root->CreateStream(u"x", writeElement, 0, 0, stream.put()), S_OK);
+    EXPECT_EQ(stream->SetSize(wide(0x80000000)), STG_E_DOCFILETOOLARGE);
 }
 
 TEST_F(SharedFile, MissingForeignAndTruncatedFilesHaveTheirStatuses)

@@ -3,9 +3,13 @@
 #include "common/exceptions.h"
 
 #include <algorithm>
-#include <array>
 
 namespace kvdm {
+namespace {
+
+constexpr std::size_t mostAhead = 65536;
+
+} // namespace
 
 void AllocationTable::start(const CompoundHeader& header)
 {
@@ -13,6 +17,7 @@ void AllocationTable::start(const CompoundHeader& header)
     places.clear();
     difat.clear();
     difatSeen.clear();
+    ahead.clear();
     // The count of the header is not asked: files whose count is wrong are many, and a free slot ends the list anyway.
     const auto end = std::find(header.fat.begin(), header.fat.end(), freeSector);
     places.assign(header.fat.begin(), end);
@@ -24,6 +29,7 @@ void AllocationTable::adopt(const CompoundHeader& header, std::vector<std::uint3
     bytesPerSector = header.sectorBytes();
     places = std::move(newPlaces);
     difat = std::move(newDifat);
+    ahead.clear();
     nextDifat = endOfChain;
 }
 
@@ -41,14 +47,24 @@ bool AllocationTable::iReadDifat()
 {
     if (nextDifat >= sectorCount() || !difatSeen.insert(nextDifat).second)
         return false;
-    std::array<std::uint8_t, 4096> sector;
-    if (file.readFresh(offsetOf(nextDifat), sector.data(), bytesPerSector) < bytesPerSector)
-        return false;
+    // The index of a large file is many sectors that each lead to the next, mostly its neighbour: the longer that goes on, the
+    // more are read at once.
+    if (ahead.empty() || nextDifat < aheadFrom || nextDifat - aheadFrom >= ahead.size() / bytesPerSector) {
+        const bool goesOn = !difat.empty() && nextDifat == difat.back() + 1;
+        const std::size_t bytes = goesOn ? std::min<std::size_t>(std::max<std::size_t>(2 * ahead.size(), 4096), mostAhead) : bytesPerSector;
+        std::vector<std::uint8_t> read(bytes);
+        read.resize(file.readFresh(offsetOf(nextDifat), read.data(), bytes) / bytesPerSector * bytesPerSector);
+        ahead = std::move(read);
+        aheadFrom = nextDifat;
+        if (ahead.empty())
+            return false;
+    }
+    const std::uint8_t* sector = ahead.data() + std::size_t{nextDifat - aheadFrom} * bytesPerSector;
     difat.push_back(nextDifat);
     const std::uint32_t slots = linksPerSector() - 1;
-    nextDifat = readLe32(sector.data() + 4 * slots);
+    nextDifat = readLe32(sector + 4 * slots);
     for (std::uint32_t i = 0; i < slots; ++i) {
-        const std::uint32_t place = readLe32(sector.data() + 4 * i);
+        const std::uint32_t place = readLe32(sector + 4 * i);
         if (place == freeSector) {
             nextDifat = endOfChain;
             break;

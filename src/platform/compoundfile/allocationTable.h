@@ -46,6 +46,8 @@ private:
     std::vector<std::uint32_t> places; // of table sectors, as far as they are known
     std::vector<std::uint32_t> difat;  // sectors of the index that were read
     std::unordered_set<std::uint32_t> difatSeen;
+    std::vector<std::uint8_t> ahead; // sectors of the index that were read, from this one on
+    std::uint32_t aheadFrom = 0;
     std::uint32_t nextDifat = endOfChain;
 };
 

@@ -113,6 +113,20 @@ BlockFile::Block& BlockFile::iBlock(std::uint64_t index)
     return block;
 }
 
+std::size_t BlockFile::readFirst(void* buffer, std::size_t count)
+{
+    forget();
+    Block& block = cache[0][0];
+    if (!block.data)
+        block.data = std::make_unique<std::uint8_t[]>(blockBytes);
+    block.filled = readFresh(0, block.data.get(), blockBytes);
+    std::memset(block.data.get() + block.filled, 0, blockBytes - block.filled);
+    block.index = 0;
+    const std::size_t got = std::min(count, block.filled);
+    std::memcpy(buffer, block.data.get(), got);
+    return got;
+}
+
 std::size_t BlockFile::read(std::uint64_t offset, void* buffer, std::size_t count)
 {
     if (count >= directRead)

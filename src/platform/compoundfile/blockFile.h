@@ -28,6 +28,8 @@ public:
     // True when the byte array is shorter now than it was: somebody has taken bytes away.
     bool isCutShort();
 
+    // Reads the first bytes anew, before the size is known, and keeps the block that they are in. Gives as many as are there.
+    std::size_t readFirst(void* buffer, std::size_t count);
     // Copies what is there; fewer than asked only at the end.
     std::size_t read(std::uint64_t offset, void* buffer, std::size_t count);
     // The same without the cache, for bytes that another process may have changed.

@@ -92,17 +92,15 @@ void CompoundFile::close() noexcept
 // A writer in another process may be putting down a new header at this moment: it is read until two readings agree.
 void CompoundFile::iReadHeader()
 {
-    std::size_t got = file.readFresh(0, headerOnDisk.data(), headerBytes);
-    if (got == 0)
-        throw suOleException(STG_E_FILENOTFOUND);
-    if (got < headerBytes)
-        throw suOleException(STG_E_FILEALREADYEXISTS);
-    HeaderBytes again;
     for (int attempt = 0; attempt < 100; ++attempt) {
-        got = file.readFresh(0, again.data(), headerBytes);
-        if (got == headerBytes && again == headerOnDisk)
+        const std::size_t got = file.readFirst(headerOnDisk.data(), headerBytes);
+        if (got == 0)
+            throw suOleException(STG_E_FILENOTFOUND);
+        if (got < headerBytes)
+            throw suOleException(STG_E_FILEALREADYEXISTS);
+        HeaderBytes again;
+        if (file.readFresh(0, again.data(), headerBytes) == headerBytes && again == headerOnDisk)
             break;
-        headerOnDisk = again;
     }
     if (const HRESULT status = CompoundHeader::decode(headerOnDisk, header); FAILED(status))
         throw suOleException(status);
@@ -111,7 +109,6 @@ void CompoundFile::iReadHeader()
 void CompoundFile::iStart()
 {
     const bool wide = header.majorVersion >= 4;
-    file.forget();
     table.start(header);
     allocator.start(header.transactionSignature, !wide, !mayWrite);
     directory.start(header.directoryStart, wide);

@@ -121,6 +121,12 @@ std::uint32_t SectorAllocator::takeNear(const std::set<std::uint32_t>& tableSect
     return iGrow(1).sector;
 }
 
+void SectorAllocator::expect(std::uint64_t sectors)
+{
+    if (sectors > (isNarrow ? table.lockSector() : std::uint64_t{largestSector} + 1))
+        throw suOleException(STG_E_DOCFILETOOLARGE);
+}
+
 bool SectorAllocator::shouldMoveDown(std::uint32_t sector)
 {
     iStart();

@@ -36,6 +36,8 @@ public:
     SectorRun take(std::uint32_t count);
     // One sector for the tables, at best in a part of the file whose table sector changes anyway.
     std::uint32_t takeNear(const std::set<std::uint32_t>& tableSectors);
+    // Throws STG_E_DOCFILETOOLARGE when a file of this version can never have so many sectors.
+    void expect(std::uint64_t sectors);
     // True for a sector near the end of the file while there is much room lower down: what lies there, if it is cheap to move,
     // keeps the file from becoming shorter.
     bool shouldMoveDown(std::uint32_t sector);

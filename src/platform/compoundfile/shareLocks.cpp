@@ -163,13 +163,16 @@ HRESULT ShareLocks::iAcquire(DWORD mode)
             return STG_E_SHAREVIOLATION;
         if (writes && !iIsFree(denyWriteFirst, denyWriteLast))
             return STG_E_SHAREVIOLATION;
-        if (deniesRead && !iIsFree(readingFirst, readingLast))
+        if (deniesRead && (!iIsFree(readingFirst, readingLast) || !iIsFree(snapshotReadersFirst, readersLast)))
             return STG_E_LOCKVIOLATION;
         if (deniesWrite && !iIsFree(writingFirst, writingLast))
             return STG_E_LOCKVIOLATION;
         HRESULT taken = S_OK;
-        if (reads)
+        if (reads) {
             taken = iTakeOne(readingFirst, readingLast);
+            if (taken == STG_E_TOOMANYOPENFILES && !writes)
+                taken = S_OK; // its place among the readers tells of it as well
+        }
         if (SUCCEEDED(taken) && writes)
             taken = iTakeOne(writingFirst, writingLast);
         if (SUCCEEDED(taken) && deniesRead)

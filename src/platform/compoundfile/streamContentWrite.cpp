@@ -133,8 +133,7 @@ void StreamContent::resize(std::uint64_t bytes)
         iMoveToSectors();
     flush();
     changed = true;
-    if (bytes / home.table.sectorBytes() > largestSector)
-        throw suOleException(STG_E_DOCFILETOOLARGE);
+    home.allocator.expect(bytes / home.table.sectorBytes());
     const std::vector<std::uint8_t> zeros(static_cast<std::size_t>(std::min<std::uint64_t>(gatherBytes, bytes - byteCount)));
     while (byteCount < bytes) {
         const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(zeros.size(), bytes - byteCount));
