@@ -1,100 +1,22 @@
-// Bodies, imported bodies and the partition as files: the node is found, a short prefix is passed over, the rest is
-// decompressed to the path that the client names.
+// Bodies, imported bodies and the partition as files: here the node is found.
 #include "automation/dmConfiguration_c.h"
 #include "automation/dmDocument_c.h"
 #include "common/exceptions.h"
 #include "platform/files/files.h"
 #include "platform/text/casing.h"
-#include "storage/codecs/conversionFolder.h"
-#include "storage/codecs/suPkZipProc_c.h"
+#include "storage/bodies/bodyExtraction.h"
+#include "storage/bodies/localBodies.h"
 #include "storage/elements.h"
-#include "storage/suDiskFile.h"
 #include "storage/suStructuredStorage.h"
 
-#include <algorithm>
-#include <span>
-#include <vector>
+#include <optional>
 
 namespace kvdm {
 
 namespace {
 
-constexpr int firstVersionWithLongPrefix = 2066;
-constexpr int firstVersionWithFirstValue = 2894;
-constexpr int firstVersionWithSecondValue = 3228;
-constexpr int laterVersionHint = 2995;
-constexpr std::size_t partitionPrefix = 4;
-constexpr std::uint64_t untilEnd = UINT64_MAX;
-constexpr std::size_t bodyHead = 5; // of an imported body: a byte and the size of its payload
 constexpr std::u16string_view bodyFile = u"tempPS_From_Stream";
 constexpr std::u16string_view partitionFile = u"tempPS_Partition.xmp_bin";
-
-std::size_t bodyPrefix(int version)
-{
-    return version < firstVersionWithLongPrefix ? 4 : 5;
-}
-
-// Reads as many bytes as told, fewer where the archive ends; false when the file, where there is one, does not take them.
-// Nothing is held in memory: a compressed node may be far larger than what it is stored in.
-bool copyBytes(su_CArchive& archive, std::uint64_t& count, ConversionFile* file)
-{
-    std::vector<std::uint8_t> piece(0x10000);
-    std::uint64_t copied = 0;
-    while (copied < count) {
-        const std::size_t got = archive.Read(piece.data(), static_cast<std::size_t>(std::min<std::uint64_t>(count - copied, piece.size())));
-        if (got == 0)
-            break;
-        try {
-            if (file)
-                file->write(piece.data(), got);
-        } catch (const suFileException&) {
-            return false;
-        }
-        copied += got;
-    }
-    count = copied;
-    return true;
-}
-
-// One attempt at the conversion of what the temporary file holds.
-KvDmBodyError convert(const ConversionFile& temporary, std::size_t prefix, std::u16string_view fileName, int versionHint)
-{
-    const std::unique_ptr<suDiskFile> source = suDiskFile::open(temporary.path(), FileAccess::read, FileCreation::openExisting);
-    const std::unique_ptr<suDiskFile> target = source ? suDiskFile::open(fileName, FileAccess::readWrite, FileCreation::createAlways) : nullptr;
-    if (!target)
-        return kvBodyErrorFileCreation;
-    source->Seek(static_cast<std::int64_t>(prefix), suFile::Origin::begin);
-    suPkZipProc_c conversion(*source, *target, false);
-    const bool done = conversion.decompress(versionHint) != 0;
-    return done && target->GetLength() >= 1 ? kvDmBodyErrorNone : kvBodyErrorDecompression;
-}
-
-// Puts the head and then the bytes of the archive into the temporary file and converts it. The file stays behind when the
-// client's file cannot be created. Bytes that cannot be read are an exception.
-KvDmBodyError extract(std::span<const std::uint8_t> head, su_CArchive& archive, std::uint64_t count, std::u16string_view temporaryName,
-                      std::size_t prefix, std::u16string_view fileName)
-{
-    std::unique_ptr<ConversionFile> temporary;
-    try {
-        temporary = std::make_unique<ConversionFile>(temporaryName);
-        temporary->write(head.data(), head.size());
-    } catch (const suFileException&) {
-        temporary.reset();
-        removeConversionFolder();
-        return kvBodyErrorFileCreation;
-    }
-    std::uint64_t copied = count;
-    if (!copyBytes(archive, copied, temporary.get()))
-        return kvBodyErrorFileCreation;
-    if (copied < count && count != untilEnd)
-        return kvBodyErrorNoData;
-    KvDmBodyError outcome = convert(*temporary, prefix, fileName, 0);
-    if (outcome == kvBodyErrorDecompression)
-        outcome = convert(*temporary, prefix, fileName, laterVersionHint); // for data that the first hint was wrong about
-    if (outcome == kvBodyErrorFileCreation)
-        temporary->leaveBehind();
-    return outcome;
-}
 
 // What the library raises while it reads is told as data that are not there.
 template <class Body> KvDmBodyError reportingBody(Body&& body)
@@ -148,7 +70,7 @@ KvDmBodyError dmConfiguration_c::getBody(LONG index, std::u16string_view fileNam
         if (index < 0 || static_cast<std::size_t>(index) >= bodyStreamNames.size() || !storage.attachToNode(false, iContainerName(), false, 0) ||
             !storage.attachToNode(false, bodyStreamNames[static_cast<std::size_t>(index)], true, 0))
             return kvBodyErrorNoData;
-        return extract({}, storage.getArchive(), untilEnd, bodyFile, bodyPrefix(version), fileName);
+        return extractBody({}, storage.getArchive(), untilEndOfStream, bodyFile, bodyPrefix(version), fileName);
     });
 }
 
@@ -161,7 +83,7 @@ LONG dmConfiguration_c::getImportedBodiesCount()
         suStructuredStorage storage(root.get());
         if (!storage.attachToNode(false, getStreamName() + u"-FeatureBodies", false, 0) || !storage.attachToNode(false, u"LocalBodies", true, 0))
             return 0;
-        return storage.getArchive().read<std::int32_t>();
+        return readLocalBodyCount(storage.getArchive());
     } catch (const suException&) {
         return 0;
     }
@@ -178,25 +100,8 @@ KvDmBodyError dmConfiguration_c::getImportedBody(LONG index, std::u16string_view
         if (!storage.attachToNode(false, getStreamName() + u"-FeatureBodies", false, 0) || !storage.attachToNode(false, u"LocalBodies", true, 0))
             return kvBodyErrorNoData;
         su_CArchive& archive = storage.getArchive();
-        const auto count = archive.read<std::int32_t>();
-        if (index < 0 || index >= count)
-            return kvBodyErrorNoData;
-        for (LONG i = 0;; ++i) {
-            archive.ReadString();
-            if (version >= firstVersionWithFirstValue)
-                archive.read<std::uint32_t>();
-            if (version >= firstVersionWithSecondValue)
-                archive.read<std::uint32_t>();
-            archive.read<std::uint8_t>();
-            std::uint8_t head[bodyHead];
-            archive.readExactly(head, sizeof head);
-            const std::uint32_t payload = head[1] | std::uint32_t{head[2]} << 8 | std::uint32_t{head[3]} << 16 | std::uint32_t{head[4]} << 24;
-            archive.requireBytes(payload, 1);
-            if (i == index)
-                return extract(head, archive, payload, bodyFile, bodyPrefix(version), fileName);
-            std::uint64_t passed = payload;
-            copyBytes(archive, passed, nullptr); // an end within is met by the next entry
-        }
+        const std::optional<LocalBody> body = findLocalBody(archive, version, index);
+        return body ? extractBody(body->head, archive, body->payloadSize, bodyFile, bodyPrefix(version), fileName) : kvBodyErrorNoData;
     });
 }
 
@@ -210,7 +115,7 @@ KvDmBodyError dmConfiguration_c::getPartitionStream(std::u16string_view fileName
         std::u16string name;
         if (!getPartitionStreamName(name) || !storage.attachToNode(false, u"Contents", false, 0) || !storage.attachToNode(false, name, true, 0))
             return kvBodyErrorNoData;
-        return extract({}, storage.getArchive(), untilEnd, partitionFile, partitionPrefix, fileName);
+        return extractBody({}, storage.getArchive(), untilEndOfStream, partitionFile, partitionPrefix, fileName);
     });
 }
 
