@@ -2,62 +2,7 @@
 // attempt finds the library as it was.
 #include "automation/automationTools.h"
 #include "support/ForeignObjects.h"
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
-namespace {
-
-std::atomic<long> allocationsLeft{-1}; // negative: never fail
-
-void* allocate(std::size_t bytes)
-{
-    if (allocationsLeft.load() >= 0 && allocationsLeft.fetch_sub(1) == 0)
-        return nullptr;
-    return std::malloc(bytes ? bytes : 1);
-}
-
-void* allocateOrThrow(std::size_t bytes)
-{
-    void* memory = allocate(bytes);
-    return memory ? memory : throw std::bad_alloc();
-}
-
-} // namespace
-
-void* operator new(std::size_t bytes)
-{
-    return allocateOrThrow(bytes);
-}
-void* operator new[](std::size_t bytes)
-{
-    return allocateOrThrow(bytes);
-}
-void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept
-{
-    return allocate(bytes);
-}
-void* operator new[](std::size_t bytes, const std::nothrow_t&) noexcept
-{
-    return allocate(bytes);
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
+#include "support/RefusedMemory.h"
 
 namespace kvdm::test {
 namespace {
@@ -182,6 +127,44 @@ TEST(ExhaustedMemory, EndsNoClientThatOpensAndReadsAFile)
     });
     EXPECT_GT(byStream, 100);
     EXPECT_EQ(textFrom(*mustOpen(folder / "a.kvdprt"), &IKvDMDocument::get_Title), "Title");
+}
+
+// A save is all or nothing: whichever allocation fails, the file is the old one or, when Save says so, the new one.
+TEST(ExhaustedMemory, LeavesTheOldFileOrTheNewOneAfterASave)
+{
+    TemporaryFolder folder;
+    DocumentBuilder builder;
+    builder.visible("Material", textValue("Steel")).summary(2, textValue("Title"));
+    const OwnedBstr path(fromUtf8(folder / "a.kvdprt"));
+    const OwnedBstr material(u"Material");
+    const OwnedBstr brass(u"Brass");
+    bool saved = false;
+    const long allocations = failEveryAllocation([&] {
+        const long left = allocationsLeft.exchange(-1);
+        builder.write(folder / "a.kvdprt");
+        allocationsLeft = left;
+        KvDmDocumentOpenError error = kvDmDocumentOpenErrorNone;
+        KvDmDocumentSaveError outcome = kvDmDocumentSaveErrorFail;
+        ComPtr<IKvDMDocument> document;
+        saved = false;
+        if (const auto application = bareApplication())
+            application->GetDocument(path.get(), kvDmDocumentUnknown, VARIANT_FALSE, &error, document.put());
+        const bool changed = document && document->SetCustomProperty(material.get(), brass.get()) == S_OK;
+        if (changed && document->Save(&outcome) == S_OK)
+            saved = outcome == kvDmDocumentSaveErrorNone;
+        document.reset();
+        const long rest = allocationsLeft.exchange(-1);
+        const auto again = mustOpen(folder / "a.kvdprt");
+        KvDmCustomInfoType type = kvDmCustomInfoUnknown;
+        OwnedBstr value;
+        EXPECT_EQ(again->GetCustomProperty(material.get(), &type, value.put()), S_OK);
+        EXPECT_EQ(toUtf8(value.view()), saved ? "Brass" : "Steel");
+        EXPECT_EQ(textFrom(*again, &IKvDMDocument::get_Title), "Title");
+        EXPECT_EQ(valueFrom(*again, &IKvDMDocument::GetLastUpdateStamp, LONG{0}), 7);
+        allocationsLeft = rest;
+    });
+    EXPECT_GT(allocations, 100);
+    EXPECT_TRUE(saved) << "the last one goes through";
 }
 
 } // namespace
