@@ -109,20 +109,22 @@ void StorageObject::iTouch()
     store->change(self, change);
 }
 
-// The element of that name if this mode may have it. Throws the status that says why not.
-ElementId StorageObject::iFindToOpen(std::u16string_view name, DWORD wanted, bool wantStorage)
+// The element of that name if this mode may have it, else the status that says why not. Readers try several names before they
+// find one, so a missing element is no exception.
+HRESULT StorageObject::iFindToOpen(std::u16string_view name, DWORD wanted, bool wantStorage, ElementId& found)
 {
     // A transacted storage lends out more than it has itself: what is done with it stays in the transaction.
     if ((mode & STGM_TRANSACTED) == 0 && (wanted & accessMask) > (mode & accessMask))
-        throw suOleException(STG_E_ACCESSDENIED);
+        return STG_E_ACCESSDENIED;
     const auto id = store->find(self, name);
     if (!id && name.empty())
-        throw suOleException(STG_E_INVALIDNAME);
+        return STG_E_INVALIDNAME;
     if (!id || store->info(*id).isStorage != wantStorage)
-        throw suOleException(STG_E_FILENOTFOUND);
+        return STG_E_FILENOTFOUND;
     if (element.isOpen(*id))
-        throw suOleException(STG_E_ACCESSDENIED);
-    return *id;
+        return STG_E_ACCESSDENIED;
+    found = *id;
+    return S_OK;
 }
 
 // A new element of that name; one that is there goes if the mode says so.
@@ -185,7 +187,10 @@ HRESULT StorageObject::openStreamExactly(std::u16string_view name, DWORD wanted,
             return status;
         if ((wanted & STGM_TRANSACTED) != 0)
             return STG_E_INVALIDFUNCTION;
-        *out = iOpenStream(iFindToOpen(name, wanted, false), wanted).detach();
+        ElementId id{};
+        if (const HRESULT status = iFindToOpen(name, wanted, false, id); FAILED(status))
+            return status;
+        *out = iOpenStream(id, wanted).detach();
         return S_OK;
     });
 }
@@ -220,7 +225,10 @@ HRESULT StorageObject::openStorageExactly(std::u16string_view name, DWORD wanted
     return iCall([&]() -> HRESULT {
         if (const HRESULT status = checkElementMode(wanted, false); FAILED(status))
             return status;
-        *out = iOpenStorage(iFindToOpen(name, wanted, true), wanted).detach();
+        ElementId id{};
+        if (const HRESULT status = iFindToOpen(name, wanted, true, id); FAILED(status))
+            return status;
+        *out = iOpenStorage(id, wanted).detach();
         return S_OK;
     });
 }
@@ -273,7 +281,8 @@ HRESULT StorageObject::Commit(DWORD flags) noexcept
     return iCall([&]() -> HRESULT {
         if ((flags & ~commitFlags) != 0)
             return STG_E_INVALIDFLAG;
-        iCheckMayChange();
+        if (!iMayWrite())
+            return STG_E_ACCESSDENIED; // readers commit what they close, so this is no exception
         // What is open below belongs to nobody else, so a nested transaction is always current.
         if (transaction)
             transaction->commit();

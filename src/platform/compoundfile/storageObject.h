@@ -55,7 +55,7 @@ private:
     bool iMayWrite() const noexcept { return (mode & (STGM_WRITE | STGM_READWRITE)) != 0; }
     void iCheckMayChange() const;
     void iTouch();
-    ElementId iFindToOpen(std::u16string_view name, DWORD mode, bool wantStorage);
+    HRESULT iFindToOpen(std::u16string_view name, DWORD mode, bool wantStorage, ElementId& found);
     ElementId iMakeRoom(std::u16string_view name, DWORD mode, bool isStorage);
     ComPtr<IStream> iOpenStream(ElementId id, DWORD mode);
     ComPtr<IStorage> iOpenStorage(ElementId id, DWORD mode);
