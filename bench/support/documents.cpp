@@ -51,6 +51,17 @@ void copyInto(test::BuilderNode& target, IStorage& source)
     }
 }
 
+std::vector<std::string> copySamples(const TemporaryFolder& folder, std::size_t count, const std::vector<const char*>& samples)
+{
+    std::vector<std::string> paths;
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::filesystem::path sample = sampleFolder + samples[i % samples.size()];
+        paths.push_back(folder.file("document" + std::to_string(i) + sample.extension().string()));
+        std::filesystem::copy_file(sample, paths.back());
+    }
+    return paths;
+}
+
 } // namespace
 
 TemporaryFolder::TemporaryFolder()
@@ -82,17 +93,14 @@ void makeLargeDocument(const std::string& path, std::uint64_t bytes, const test:
 
 std::vector<std::string> makeSmallDocuments(const TemporaryFolder& folder, std::size_t count)
 {
-    const char* samples[] = {"bracket.kvdprt",           "gearbox.kvdasm",
-                             "gearbox.kvddrw",           "vault/assemblies/winch.kvdasm",
-                             "vault/parts/shaft.kvdprt", "vault/drawings/winch.kvddrw",
-                             "forms/header-zlb.kvdprt",  "forms/header-plain.kvdprt"};
-    std::vector<std::string> paths;
-    for (std::size_t i = 0; i < count; ++i) {
-        const std::filesystem::path sample = sampleFolder + samples[i % std::size(samples)];
-        paths.push_back(folder.file("document" + std::to_string(i) + sample.extension().string()));
-        std::filesystem::copy_file(sample, paths.back());
-    }
-    return paths;
+    return copySamples(folder, count,
+                       {"bracket.kvdprt", "gearbox.kvdasm", "gearbox.kvddrw", "vault/assemblies/winch.kvdasm", "vault/parts/shaft.kvdprt",
+                        "vault/drawings/winch.kvddrw", "forms/header-zlb.kvdprt", "forms/header-plain.kvdprt"});
+}
+
+std::vector<std::string> makePreviewDocuments(const TemporaryFolder& folder, std::size_t count)
+{
+    return copySamples(folder, count, {"bracket.kvdprt", "gearbox.kvddrw", "mixed/m01.kvddrw", "mixed/m02.kvdasm"});
 }
 
 void makeDenseFile(const std::string& path, const test::CompoundFileBuilder& builder)

@@ -30,6 +30,9 @@ void makeLargeDocument(const std::string& path, std::uint64_t bytes, const test:
 // So many copies of the documents that the tests read: parts, assemblies and drawings, of a few kilobytes each.
 std::vector<std::string> makeSmallDocuments(const TemporaryFolder& folder, std::size_t count);
 
+// So many copies of documents that have both previews in the plain form.
+std::vector<std::string> makePreviewDocuments(const TemporaryFolder& folder, std::size_t count);
+
 // A plain file, dense on the disk.
 void makePlainFile(const std::string& path, std::uint64_t bytes);
 

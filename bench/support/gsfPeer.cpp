@@ -76,6 +76,19 @@ std::size_t readStream(const std::string& path, const char* stream, Access acces
     return readWhole(*require(gsf_infile_child_by_name(file.infile.get(), stream), stream));
 }
 
+std::vector<std::vector<std::uint8_t>> readStreams(const std::string& path, const std::vector<const char*>& streams)
+{
+    const File file = open(path, Access::stdio);
+    std::vector<std::vector<std::uint8_t>> all;
+    for (const char* name : streams) {
+        const Owned<GsfInput> stream = require(gsf_infile_child_by_name(file.infile.get(), name), name);
+        std::vector<std::uint8_t>& bytes = all.emplace_back(static_cast<std::size_t>(gsf_input_size(stream.get())));
+        if (!bytes.empty() && !gsf_input_read(stream.get(), bytes.size(), bytes.data()))
+            throw std::runtime_error("libgsf: a stream is not read");
+    }
+    return all;
+}
+
 std::size_t readDocument(const std::string& path)
 {
     const File file = open(path, Access::stdio);

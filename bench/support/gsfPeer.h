@@ -20,6 +20,9 @@ void initialise();
 // Opens the file and reads one stream of the root whole; its size. Throws when that fails.
 std::size_t readStream(const std::string& path, const char* stream, Access access);
 
+// Opens the file and reads those streams of the root; their bytes, in that order. Throws when one fails.
+std::vector<std::vector<std::uint8_t>> readStreams(const std::string& path, const std::vector<const char*>& streams);
+
 // Opens a document, finds its version marker, and reads and parses the property sets that it has; how many values came out.
 std::size_t readDocument(const std::string& path);
 
