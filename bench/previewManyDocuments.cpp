@@ -12,8 +12,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
-#include <cstring>
-#include <map>
+#include <stdexcept>
 
 namespace {
 
