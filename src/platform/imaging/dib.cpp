@@ -146,17 +146,26 @@ private:
 
     std::uint32_t composed(std::uint32_t pixel) const { return opaque | red.of(pixel) << 16 | green.of(pixel) << 8 | blue.of(pixel); }
 
+    // The depths of nearly every preview have loops of their own.
     void decodeRow(std::span<const std::uint8_t> row, std::uint32_t* out) const
     {
+        if (bits == 24) {
+            const std::uint8_t* in = row.data();
+            for (std::uint32_t x = 0; x < image.width; ++x, in += 3)
+                out[x] = opaque | std::uint32_t{in[2]} << 16 | std::uint32_t{in[1]} << 8 | in[0];
+            return;
+        }
+        if (bits == 32 && compression == rgb) {
+            for (std::uint32_t x = 0; x < image.width; ++x)
+                out[x] = opaque | valueAt<std::uint32_t>(row, std::size_t{x} * 4);
+            return;
+        }
         for (std::uint32_t x = 0; x < image.width; ++x) {
             if (bits <= 8) {
                 const unsigned shift = 8 - bits - (x * bits) % 8;
                 out[x] = colours[(row[std::size_t{x} * bits / 8] >> shift) & ((1u << bits) - 1)];
             } else if (bits == 16) {
                 out[x] = composed(valueAt<std::uint16_t>(row, std::size_t{x} * 2));
-            } else if (bits == 24) {
-                out[x] = opaque | std::uint32_t{row[std::size_t{x} * 3 + 2]} << 16 | std::uint32_t{row[std::size_t{x} * 3 + 1]} << 8 |
-                         row[std::size_t{x} * 3];
             } else {
                 out[x] = composed(valueAt<std::uint32_t>(row, std::size_t{x} * 4));
             }
