@@ -17,6 +17,8 @@ Bytes startingFile()
     return builder.build();
 }
 
+const Bytes content = patternBytes(30000, 9); // made before any memory is refused
+
 // Everything that a save does. A careful caller does not commit after a failure, a careless one does.
 HRESULT save(ILockBytes& array, bool careful = true)
 {
@@ -26,7 +28,6 @@ HRESULT save(ILockBytes& array, bool careful = true)
     worse(status, StgOpenStorageOnILockBytes(&array, nullptr, 0x10022, nullptr, 0, root.put()));
     if (FAILED(status))
         return status;
-    static const Bytes content = patternBytes(30000, 9);
     for (const char16_t* name : {u"new 1", u"\u4E05", u"new 2"}) {
         ComPtr<IStream> stream;
         ULONG written = 0;
