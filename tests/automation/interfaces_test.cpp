@@ -57,23 +57,6 @@ TEST(Interfaces, SlotsStandInThePublishedOrder)
                  slotOf(&A::GetLatestSupportedFileVersion), slotOf(&A::GetDocument2)});
 }
 
-// A client that knows no header calls by place in the table.
-TEST(Interfaces, MethodsAnswerThroughTheirPlaceInTheTable)
-{
-    const auto document = mustOpen(corpus("bracket.kvdprt"));
-    const auto call = [](IUnknown* object, std::size_t slot, void* out) {
-        void** table = *reinterpret_cast<void***>(object);
-        return reinterpret_cast<HRESULT (*)(void*, void*)>(table[slot + 2])(object, out);
-    };
-    LONG version = 0;
-    EXPECT_EQ(call(document.get(), 15, &version), S_OK);
-    EXPECT_EQ(version, versionOf(*document));
-    OwnedBstr viaTable;
-    const auto neutral = ask<ICommonCadDocument>(document.get(), IID_ICommonCadDocument);
-    EXPECT_EQ(call(neutral.get(), 3, viaTable.put()), S_OK);
-    EXPECT_EQ(toUtf8(viaTable.view()), textFrom(*document, &IKvDMDocument::get_Keywords));
-}
-
 struct Reach
 {
     const char* name;
