@@ -73,8 +73,8 @@ LONG importedOf(IKvDMConfiguration9& configuration)
 
 Bytes behind(std::size_t prefix, const Bytes& data)
 {
-    Bytes bytes(prefix, 0xEE);
-    bytes.insert(bytes.end(), data.begin(), data.end());
+    Bytes bytes(prefix + data.size(), 0xEE);
+    std::copy(data.begin(), data.end(), bytes.begin() + static_cast<std::ptrdiff_t>(prefix));
     return bytes;
 }
 
