@@ -152,6 +152,35 @@ TEST_F(Document, CountsHyperlinksAgainAtEachCall)
     EXPECT_EQ(at(5), "http://two") << "changes go to the wanted list";
 }
 
+TEST_F(Document, HasOneMethodForEachSummaryField)
+{
+    using D = IKvDMDocument;
+    struct Field
+    {
+        std::uint32_t id;
+        HRESULT (D::*get)(BSTR*);
+        HRESULT (D::*put)(BSTR); // null where only a save sets it
+    };
+    const Field fields[] = {{2, &D::get_Title, &D::put_Title},       {3, &D::get_Subject, &D::put_Subject},   {4, &D::get_Author, &D::put_Author},
+                            {5, &D::get_Keywords, &D::put_Keywords}, {6, &D::get_Comments, &D::put_Comments}, {8, &D::get_LastSavedBy, nullptr}};
+    DocumentBuilder builder;
+    for (const Field& field : fields)
+        builder.summary(field.id, textValue("field " + std::to_string(field.id)));
+    builder.summary(12, le32(64) + le(0x01D5B5AF4A5F4800, 8)).summary(13, le32(64) + le(0x01D5B677F7E50000, 8));
+    const auto document = reopen(builder);
+    for (const Field& field : fields) {
+        EXPECT_EQ(textFrom(*document, field.get), "field " + std::to_string(field.id));
+        if (field.put) {
+            EXPECT_EQ((document.get()->*field.put)(OwnedBstr(u"changed").get()), S_OK);
+            EXPECT_EQ(textFrom(*document, field.get), "changed") << field.id;
+        }
+    }
+    EXPECT_EQ(textFrom(*document, &D::get_LastSavedBy), "field 8");
+    EXPECT_EQ(textFrom(*document, &D::get_CreationDate), "Wednesday, December 18, 2019 2:27:34 PM");
+    EXPECT_EQ(textFrom(*document, &D::get_LastSavedDate), "Thursday, December 19, 2019 2:24:05 PM");
+    EXPECT_EQ(textFrom(*ask<ICommonCadDocument>(document.get(), IID_ICommonCadDocument), &ICommonCadDocument::GetTags), "changed");
+}
+
 TEST_F(Document, GivesVisibleAndInvisiblePropertiesApart)
 {
     DocumentBuilder builder;

@@ -117,6 +117,7 @@ TEST(Interfaces, EveryObjectReachesItsListAndKeepsItsIdentity)
             EXPECT_EQ(errorInfo->InterfaceSupportsErrorInfo(id), S_OK);
         for (const IID& id : foreign)
             EXPECT_EQ(errorInfo->InterfaceSupportsErrorInfo(id), S_FALSE);
+        EXPECT_EQ(errorInfo->InterfaceSupportsErrorInfo(IID_IUnknown), S_FALSE);
     }
 }
 
