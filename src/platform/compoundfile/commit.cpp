@@ -21,6 +21,7 @@ namespace kvdm {
 namespace {
 
 constexpr std::size_t mostInOneWrite = 1 << 18;
+constexpr std::uint32_t mostChecked = 4096; // sectors of each chain that a commit looks at to see whether they are its own
 
 } // namespace
 
@@ -56,6 +57,44 @@ void CompoundFile::iPlaceAll()
     iRetire(dropped);
     mini.allocation().place(allocator, dropped);
     iRetire(dropped);
+}
+
+// In a damaged file one sector may belong to two chains. What this commit touches is looked at: it must not set free or link
+// anew what is in use elsewhere. Better no save than one that loses what was there.
+void CompoundFile::iCheckDisjoint()
+{
+    std::vector<SectorRun> all;
+    const auto addTable = [&](const std::vector<std::uint32_t>& places) {
+        for (const std::uint32_t place : places) {
+            if (place < table.sectorCount())
+                all.push_back({place, 1});
+        }
+    };
+    const auto addChain = [&](SectorChain& chain) {
+        try {
+            chain.at(mostChecked);
+        } catch (const suOleException&) {
+            // As far as it can be walked.
+        }
+        for (const SectorChain::Run& run : chain.knownRuns())
+            all.push_back({run.sector, run.count});
+    };
+    addTable(table.allPlaces());
+    addTable(table.difatPlaces());
+    addChain(directory.table().sectors());
+    addChain(mini.allocation().sectors());
+    addChain(mini.stream().sectors());
+    for (auto& [id, content] : toWrite) {
+        if (content->isChanged())
+            addChain(content->sectors());
+    }
+    for (const auto& [first, end] : retired.all())
+        all.push_back({first, end - first});
+    std::sort(all.begin(), all.end(), [](const SectorRun& a, const SectorRun& b) { return a.sector < b.sector; });
+    for (std::size_t i = 1; i < all.size(); ++i) {
+        if (all[i - 1].sector + all[i - 1].count > all[i].sector)
+            throw suOleException(STG_E_DOCFILECORRUPT);
+    }
 }
 
 // Neighbouring sectors go out in one write.
@@ -130,6 +169,7 @@ void CompoundFile::commit(DWORD flags)
         throw suOleException(STG_E_DOCFILECORRUPT);
 
     iPlaceAll();
+    iCheckDisjoint();
     CompoundHeader next = header;
     ++next.transactionSignature;
     next.directoryStart = directory.table().sectors().start();

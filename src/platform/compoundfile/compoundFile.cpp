@@ -122,6 +122,30 @@ void CompoundFile::iStart()
     if (root.type() != EntryType::root)
         throw suOleException(STG_E_DOCFILECORRUPT);
     mini.start(header.miniFatStart, root.start(), root.size(wide));
+    if (mayWrite && !iTablesAgree())
+        allocator.distrustTables();
+}
+
+// Whether the first sectors of every table are marked as what they are. A file where they are not is damaged.
+bool CompoundFile::iTablesAgree()
+{
+    constexpr std::uint32_t mostChecked = 4096;
+    try {
+        const std::vector<std::uint32_t>& places = table.allPlaces();
+        for (std::size_t i = 0; i < places.size() && i < mostChecked / 16; ++i) {
+            if (places[i] >= table.sectorCount() || table.next(places[i]) != fatSectorMark)
+                return false;
+        }
+        for (const std::uint32_t place : table.difatPlaces()) {
+            if (table.next(place) != difatSectorMark)
+                return false;
+        }
+        for (SectorChain* chain : {&directory.table().sectors(), &mini.allocation().sectors(), &mini.stream().sectors()})
+            chain->at(mostChecked);
+        return true;
+    } catch (const suOleException&) {
+        return false;
+    }
 }
 
 std::optional<ElementId> CompoundFile::find(ElementId storage, std::u16string_view name)
@@ -178,7 +202,7 @@ std::shared_ptr<StreamContent> CompoundFile::emptyContent()
 void CompoundFile::iCheckWhole() const
 {
     if (torn || directory.isTorn())
-        throw suOleException(STG_E_INSUFFICIENTMEMORY);
+        throw suOleException(STG_E_CANTSAVE);
 }
 
 ElementId CompoundFile::create(ElementId storage, std::u16string_view name, bool isStorage)

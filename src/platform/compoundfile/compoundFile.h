@@ -62,12 +62,14 @@ public:
 private:
     void iReadHeader();
     void iStart();
+    bool iTablesAgree();
     void iCheckWhole() const;
     void iDropContent(ElementId stream);
     void iRetire(std::vector<SectorChain::Run>& dropped);
     void iPlaceContent(ElementId stream, StreamContent& content);
     void iRelieveMemory();
     void iPlaceAll();
+    void iCheckDisjoint();
     void iWriteSectors(std::vector<PagedChain::Piece>& pieces);
     HRESULT iPutHeader(const HeaderBytes& next, DWORD flags);
     void iAdopt(const CompoundHeader& next, const HeaderBytes& nextBytes, TableUpdate& update, bool isSafe) noexcept;
@@ -84,7 +86,7 @@ private:
     std::map<ElementId, std::shared_ptr<StreamContent>> toWrite;
     SectorSet retired; // of the committed state, not used by the working state
     bool mayWrite = false;
-    bool torn = false; // a change was cut short by exhausted memory
+    bool torn = false; // a change was cut short, by exhausted memory or by damage
 };
 
 // Whether the bytes begin as those of a compound file do: S_OK or S_FALSE, or why they cannot be read.

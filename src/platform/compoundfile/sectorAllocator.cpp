@@ -11,6 +11,8 @@ constexpr std::uint32_t longRun = 32;         // large data goes to runs of this
 constexpr std::uint64_t creditAtStart = 6;    // table sectors that any save may look at
 constexpr std::uint32_t sectorsPerCredit = 8; // one more for so many sectors written
 
+constexpr std::uint32_t tableSectorsAtEnd = 8; // that a save always looks at when it needs room
+
 } // namespace
 
 void SectorAllocator::start(std::uint32_t signature, bool narrow, bool growOnly) noexcept
@@ -18,7 +20,7 @@ void SectorAllocator::start(std::uint32_t signature, bool narrow, bool growOnly)
     seed = signature;
     isNarrow = narrow;
     onlyGrows = growOnly;
-    started = looked = baseIsFree = held = false;
+    started = looked = baseIsFree = held = distrusted = false;
     fresh.clear();
     reusable.clear();
     waiting.clear();
@@ -45,7 +47,7 @@ void SectorAllocator::iStart()
 
 void SectorAllocator::iLookForReaders()
 {
-    if (looked || held || onlyGrows)
+    if (looked || held || onlyGrows || distrusted)
         return;
     looked = true;
     if (locks.readersPresent())
@@ -69,12 +71,22 @@ void SectorAllocator::iSearch(std::uint32_t tableSector)
     }
 }
 
-// One more table sector, if there is credit for it: first the last one, where the file grows.
+// One more table sector: first the last few, where the file grows and former saves have left their room, then others while
+// there is credit for them.
 bool SectorAllocator::iSearchMore()
 {
-    if (!baseIsFree || searchCredit == 0 || searched.empty())
+    if (!baseIsFree || searched.empty())
         return false;
-    std::uint32_t choice = static_cast<std::uint32_t>(searched.size()) - 1;
+    const auto tables = static_cast<std::uint32_t>(searched.size());
+    for (std::uint32_t choice = tables; choice-- > 0 && tables - choice <= tableSectorsAtEnd;) {
+        if (!searched[choice]) {
+            iSearch(choice);
+            return true;
+        }
+    }
+    if (searchCredit == 0)
+        return false;
+    std::uint32_t choice = tables - 1;
     for (std::size_t tries = 0; searched[choice] && tries < searched.size(); ++tries) {
         choice = nextSearch;
         nextSearch = (nextSearch + 1) % static_cast<std::uint32_t>(searched.size());

@@ -32,6 +32,9 @@ public:
     // Takes up a committed state. `growOnly`: the file is never written, what is given out lies behind it.
     void start(std::uint32_t signature, bool narrow, bool growOnly) noexcept;
 
+    // The tables contradict each other: what they call free may be in use, so nothing but new sectors is given out.
+    void distrustTables() noexcept { distrusted = true; }
+
     // One run of up to so many sectors. Throws STG_E_DOCFILETOOLARGE when the format has no more numbers.
     SectorRun take(std::uint32_t count);
     // One sector for the tables, at best in a part of the file whose table sector changes anyway.
@@ -80,6 +83,7 @@ private:
     bool looked = false;     // for readers, since the last commit
     bool baseIsFree = false; // what was free at the start is reusable
     bool held = false;
+    bool distrusted = false;
     unsigned currentEpoch = 0;
     std::vector<bool> searched; // table sectors
     std::uint32_t nextSearch = 0;
