@@ -16,14 +16,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 namespace kvdm {
 namespace {
 
 constexpr std::size_t mostInOneWrite = 1 << 18;
-constexpr std::uint64_t mostMoved = 16 << 20; // bytes of a file that are written a second time to bring it down
-constexpr std::uint32_t mostChecked = 4096;   // sectors of each chain that a commit looks at to see whether they are its own
+constexpr std::uint32_t mostChecked = 4096; // sectors of each chain that a commit looks at to see whether they are its own
 
 } // namespace
 
@@ -179,7 +177,7 @@ void CompoundFile::commit(DWORD flags)
     next.miniFatSectors = mini.allocation().count();
     next.miniFatStart = next.miniFatSectors == 0 ? endOfChain : mini.allocation().sectors().start();
 
-    TableUpdate update(table, allocator, isReplacing);
+    TableUpdate update(table, allocator);
     for (auto& [id, content] : toWrite) {
         if (content->isChanged())
             update.link(content->sectors());
@@ -198,57 +196,24 @@ void CompoundFile::commit(DWORD flags)
     mini.allocation().changedPages(pieces);
     update.pieces(pieces);
     iWriteSectors(pieces);
-    if (isReplacing)
-        allocator.prepareReplacement(update.publishedSectors(), next.fatSectors);
-    else
-        allocator.prepareCommit(update.publishedSectors(), update.freedSectors(), next.fatSectors);
+    allocator.prepareCommit(update.publishedSectors(), update.freedSectors(), next.fatSectors);
     const HeaderBytes nextBytes = next.encode();
     const HRESULT status = iPutHeader(nextBytes, flags);
     iAdopt(next, nextBytes, update, SUCCEEDED(status));
     if (FAILED(status))
         throw suOleException(status);
-    const bool hasReplaced = std::exchange(isReplacing, false);
     try {
         allocator.trim();
-        if (hasReplaced)
-            iCloseGap(flags);
     } catch (...) {
         // The commit is done; a longer file than needed is not worth a failure.
     }
 }
 
-// A file that took the place of another one lies behind it. When it is not large it moves down, in a commit of its own.
-void CompoundFile::iCloseGap(DWORD flags)
-{
-    std::vector<ElementId> all{rootId};
-    std::uint64_t bytes = mini.stream().size();
-    for (std::size_t i = 0; i < all.size() && bytes <= mostMoved; ++i) {
-        if (directory.entry(all[i]).type() == EntryType::stream) {
-            bytes += directory.sizeOf(all[i]);
-            continue;
-        }
-        const std::vector<ElementId> below = directory.children(all[i]);
-        all.insert(all.end(), below.begin(), below.end());
-    }
-    if (bytes > mostMoved || !allocator.hasRoomBelow(allocator.end() / 2))
-        return;
-    for (const ElementId id : all) {
-        if (directory.entry(id).type() == EntryType::stream && directory.sizeOf(id) >= miniCutoff)
-            content(id, true)->rewrite();
-    }
-    mini.stream().rewrite();
-    directory.table().touchAll();
-    mini.allocation().touchAll();
-    commit(flags);
-}
-
 void CompoundFile::revert()
 {
     allocator.revert();
-    file.measure();
-    if (isReplacing)
-        return iStartReplacement();
     iReadHeader();
+    file.measure();
     iStart();
 }
 

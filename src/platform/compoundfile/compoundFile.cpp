@@ -9,22 +9,12 @@ namespace {
 
 constexpr DWORD accessMask = 0x3;
 constexpr std::size_t smallStreamsInMemory = 4096; // 16 MiB of them at most, besides those that are open
-constexpr std::uint64_t mostReplaced = 1u << 30;   // a version 3 file needs room behind the one that it replaces
 
 FILETIME timeNow() noexcept
 {
     FILETIME now{};
     CoFileTimeNow(&now);
     return now;
-}
-
-void makeRoot(EntryEditor root)
-{
-    root.setName(u"Root Entry");
-    root.setType(EntryType::root);
-    root.setBlack(true);
-    root.setStart(endOfChain);
-    root.setModified(timeNow());
 }
 
 } // namespace
@@ -58,13 +48,9 @@ void CompoundFile::create(DWORD mode)
     try {
         mayWrite = true;
         file.measure();
-        if (file.size() != 0 && (mode & STGM_CREATE) == 0)
-            throw suOleException(STG_E_FILEALREADYEXISTS);
-        if (file.size() >= headerBytes && file.size() < mostReplaced) {
-            iStartReplacement();
-            return;
-        }
         if (file.size() != 0) {
+            if ((mode & STGM_CREATE) == 0)
+                throw suOleException(STG_E_FILEALREADYEXISTS);
             if (locks.readersPresent())
                 throw suOleException(STG_E_SHAREVIOLATION); // what somebody reads is not pulled away
             file.setSize(0);
@@ -82,44 +68,18 @@ void CompoundFile::create(DWORD mode)
         std::uint8_t* entries = fat + header.sectorBytes();
         for (std::uint32_t i = 0; i < header.sectorBytes() / entryBytes; ++i)
             EntryEditor(entries + i * entryBytes).clear();
-        makeRoot(EntryEditor(entries));
+        EntryEditor root(entries);
+        root.setName(u"Root Entry");
+        root.setType(EntryType::root);
+        root.setBlack(true);
+        root.setStart(endOfChain);
+        root.setModified(timeNow());
         file.write(0, image.data(), image.size());
         iStart();
     } catch (...) {
         locks.release();
         throw;
     }
-}
-
-// What the byte array holds stays the committed state until the first commit, so that a new file takes the place of another
-// one as a whole. Sectors that a sound file of the same kind does not use may be used; behind any other bytes there is room.
-void CompoundFile::iStartReplacement()
-{
-    isReplacing = true;
-    const HRESULT status =
-        file.readFirst(headerOnDisk.data(), headerBytes) == headerBytes ? CompoundHeader::decode(headerOnDisk, header) : STG_E_READFAULT;
-    bool isKnown = SUCCEEDED(status) && header.sectorShift == CompoundHeader().sectorShift;
-    if (isKnown) {
-        try {
-            iStart();
-        } catch (const suOleException&) {
-            isKnown = false;
-        }
-    }
-    CompoundHeader empty;
-    empty.transactionSignature = SUCCEEDED(status) ? header.transactionSignature : 0;
-    header = empty;
-    if (!isKnown) {
-        table.start(header);
-        allocator.start(header.transactionSignature, true, false);
-        allocator.distrustTables();
-    }
-    directory.start(endOfChain, false);
-    directory.table().append(0);
-    for (std::uint32_t i = 0; i < header.sectorBytes() / entryBytes; ++i)
-        directory.edit(i).clear();
-    makeRoot(directory.edit(rootId));
-    mini.start(endOfChain, endOfChain, 0);
 }
 
 void CompoundFile::close() noexcept

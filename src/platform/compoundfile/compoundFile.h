@@ -32,8 +32,8 @@ public:
 
     // Takes the locks that the mode asks for and reads the header. Throws suOleException: see StgOpenStorageOnILockBytes.
     void open(DWORD mode);
-    // Takes the locks and makes an empty version 3 file of the byte array. What it held is replaced by the first commit, as a
-    // whole; without STGM_CREATE a byte array that is not empty is refused.
+    // Takes the locks and makes an empty version 3 file of the byte array; what it held is gone unless `mode` lacks
+    // STGM_CREATE, which refuses a byte array that is not empty.
     void create(DWORD mode);
     // The root is gone: gives up the locks. What is not committed is lost.
     void close() noexcept;
@@ -62,7 +62,6 @@ public:
 private:
     void iReadHeader();
     void iStart();
-    void iStartReplacement();
     bool iTablesAgree();
     void iCheckWhole() const;
     void iDropContent(ElementId stream);
@@ -73,7 +72,6 @@ private:
     void iCheckDisjoint();
     void iWriteSectors(std::vector<PagedChain::Piece>& pieces);
     HRESULT iPutHeader(const HeaderBytes& next, DWORD flags);
-    void iCloseGap(DWORD flags);
     void iAdopt(const CompoundHeader& next, const HeaderBytes& nextBytes, TableUpdate& update, bool isSafe) noexcept;
 
     BlockFile file;
@@ -88,8 +86,7 @@ private:
     std::map<ElementId, std::shared_ptr<StreamContent>> toWrite;
     SectorSet retired; // of the committed state, not used by the working state
     bool mayWrite = false;
-    bool isReplacing = false; // the committed state is another file, which the first commit replaces
-    bool torn = false;        // a change was cut short, by exhausted memory or by damage
+    bool torn = false; // a change was cut short, by exhausted memory or by damage
 };
 
 // Whether the bytes begin as those of a compound file do: S_OK or S_FALSE, or why they cannot be read.

@@ -13,14 +13,10 @@ constexpr std::size_t mostBytesMoved = 16384;
 
 } // namespace
 
-TableUpdate::TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator, bool anew)
-    : table(allocation), allocator(sectorAllocator), perSector(allocation.linksPerSector()), startsAnew(anew), epoch(sectorAllocator.epoch())
-{
-    if (startsAnew)
-        return;
-    places = allocation.allPlaces();
-    difat = allocation.difatPlaces();
-}
+TableUpdate::TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator)
+    : table(allocation), allocator(sectorAllocator), perSector(allocation.linksPerSector()), places(allocation.allPlaces()),
+      difat(allocation.difatPlaces()), epoch(sectorAllocator.epoch())
+{}
 
 TableUpdate::~TableUpdate()
 {
@@ -38,7 +34,7 @@ std::uint32_t TableUpdate::iGet(std::uint32_t sector)
     const auto page = edited.find(sector / perSector);
     if (page != edited.end())
         return readLe32(page->second.data() + 4 * (sector % perSector));
-    if (startsAnew || sector / perSector >= places.size())
+    if (sector / perSector >= places.size())
         return freeSector;
     return table.next(sector);
 }

@@ -16,8 +16,7 @@ namespace kvdm {
 class TableUpdate
 {
 public:
-    // `anew`: the state has nothing in common with the one before it.
-    TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator, bool anew);
+    TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator);
     ~TableUpdate();
     TableUpdate(const TableUpdate&) = delete;
     TableUpdate& operator=(const TableUpdate&) = delete;
@@ -56,7 +55,6 @@ private:
     AllocationTable& table;
     SectorAllocator& allocator;
     std::uint32_t perSector;
-    bool startsAnew;
     std::map<std::uint32_t, Page> edited;
     std::set<std::uint32_t> editedNumbers;
     std::set<std::uint32_t> unplaced; // of the edited ones
