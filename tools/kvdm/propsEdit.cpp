@@ -136,8 +136,8 @@ std::vector<std::string> setSummary(const Document& document, const std::map<std
 {
     std::vector<std::string> lines;
     for (const auto& [name, value] : fields) {
-        const auto field =
-            std::find_if(std::begin(summaryFields), std::end(summaryFields), [&](const SummaryField& f) { return f.put && name == f.name; });
+        const auto field = std::find_if(std::begin(summaryFields), std::end(summaryFields),
+                                        [&wanted = name](const SummaryField& f) { return f.put && wanted == f.name; });
         if (field == std::end(summaryFields))
             throw Failure("no field " + name + " to be set: use title, subject, author, keywords or comments");
         if (const HRESULT status = (document.operator->()->*field->put)(OwnedBstr(fromUtf8(value)).get()); FAILED(status))
