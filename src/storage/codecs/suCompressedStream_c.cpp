@@ -16,6 +16,7 @@ namespace kvdm {
 namespace {
 
 constexpr int implodedType = 2;
+constexpr std::size_t mostBytesDecodedAtOnce = 16384; // compressed ones; more are worth a worker
 
 } // namespace
 
@@ -25,16 +26,7 @@ class suCompressedStream_c::Decoded final : public suDecodedOutput
 public:
     explicit Decoded(suCompressedStream_c& stream) : stream(stream) {}
 
-    std::uint8_t* room(std::uint32_t count) override
-    {
-        Room& room = stream.rooms[stream.currentRoom];
-        if (room.size < count) {
-            room.bytes.reset();
-            room.bytes = std::make_unique_for_overwrite<std::uint8_t[]>(count);
-            room.size = count;
-        }
-        return room.bytes.get();
-    }
+    std::uint8_t* room(std::uint32_t count) override { return stream.rooms[stream.currentRoom].require(count); }
     bool deliver(std::uint32_t count) override
     {
         if (stream.roomIsOut) {
@@ -60,11 +52,53 @@ suCompressedStream_c::suCompressedStream_c(bool isStoring, int compressionType) 
 
 suCompressedStream_c::~suCompressedStream_c() = default;
 
+// What the decoder made of a small input on the client's thread, handed to the client as a worker's first bytes would be.
+class suCompressedStream_c::DecodedAtOnce final : public suDecodedOutput
+{
+public:
+    explicit DecodedAtOnce(suCompressedStream_c& stream) : stream(stream) {}
+
+    std::uint8_t* room(std::uint32_t count) override { return stream.rooms[isDelivered].require(count); }
+    bool deliver(std::uint32_t count) override
+    {
+        if (std::exchange(isDelivered, true)) {
+            isTooMuch = true;
+            return false;
+        }
+        stream.bufferPos = stream.rooms[0].bytes.get();
+        stream.bufferCount = count;
+        stream.signals.set(HandOverSignals::dataReady);
+        return true;
+    }
+    bool isWanted() const override { return !isTooMuch; }
+
+    bool isTooMuch = false; // a second portion came, for which the client would have to come back first
+
+private:
+    suCompressedStream_c& stream;
+    bool isDelivered = false;
+};
+
+std::uint8_t* suCompressedStream_c::Room::require(std::size_t count)
+{
+    if (size < count) {
+        bytes.reset();
+        bytes = std::make_unique_for_overwrite<std::uint8_t[]>(count);
+        size = count;
+    }
+    return bytes.get();
+}
+
 void suCompressedStream_c::iStart()
 {
     isOpen = false; // a failure here leaves the far side alone
-    if (!isStoring && deferredCompressionIsOn())
-        iReadAllFirst();
+    if (!isStoring) {
+        iReadFirst(deferredCompressionIsOn() ? SIZE_MAX : mostBytesDecodedAtOnce);
+        if (isFromMemory && kept.size() <= mostBytesDecodedAtOnce && iDecodeAtOnce()) {
+            isOpen = true;
+            return;
+        }
+    }
     try {
         workerThread = std::thread([this] { iRunWorker(); });
     } catch (const std::system_error&) {
@@ -86,29 +120,56 @@ void suCompressedStream_c::iEndQuietly() noexcept
 
 void suCompressedStream_c::iRunWorker() noexcept
 {
-    try {
-        if (isStoring)
-            compressBlocks(CPRawCodecZLib(), &iReadBlock, &iWriteBlock, this);
-        else
-            iDecompress();
-    } catch (const suFileException&) {
-        workerException = std::current_exception();
-        if (!isStoring)
-            decodeResult = suCompressedStreamException::fileFailed;
-    } catch (...) {
-        workerException = std::current_exception();
+    if (isStoring)
+        iCompress();
+    else {
+        Decoded output(*this);
+        iDecode(output);
     }
     workerDone = true;
     signals.set(HandOverSignals::finished);
 }
 
-void suCompressedStream_c::iDecompress()
+void suCompressedStream_c::iCompress() noexcept
 {
-    Decoded output(*this);
-    if (compressionType == implodedType)
-        decodeResult = explodeStream(&iPull, this, output);
-    else
-        decodeStream(CPRawCodecZLib(), &iPull, this, output, sizeof pulled);
+    try {
+        compressBlocks(CPRawCodecZLib(), &iReadBlock, &iWriteBlock, this);
+    } catch (...) {
+        workerException = std::current_exception();
+    }
+}
+
+void suCompressedStream_c::iDecode(suDecodedOutput& output) noexcept
+{
+    try {
+        if (compressionType == implodedType)
+            decodeResult = explodeStream(&iPull, this, output);
+        else
+            decodeStream(CPRawCodecZLib(), &iPull, this, output, sizeof pulled);
+    } catch (const suFileException&) {
+        workerException = std::current_exception();
+        decodeResult = suCompressedStreamException::fileFailed;
+    } catch (...) {
+        workerException = std::current_exception();
+    }
+}
+
+// Does a worker's whole work on this thread, unless it comes to more than the client can be handed at once: false then, and
+// nothing has happened.
+bool suCompressedStream_c::iDecodeAtOnce()
+{
+    DecodedAtOnce output(*this);
+    iDecode(output);
+    if (output.isTooMuch) {
+        signals.reset(HandOverSignals::dataReady);
+        workerException = nullptr;
+        decodeResult = 0;
+        keptTaken = 0;
+        return false;
+    }
+    workerDone = true;
+    signals.set(HandOverSignals::finished);
+    return true;
 }
 
 // Lends the block to the client, which fills it, unless it closes, to its end.
@@ -143,34 +204,36 @@ std::uint32_t suCompressedStream_c::iPull(void* context, const std::uint8_t** by
     auto& self = *static_cast<suCompressedStream_c*>(context);
     if (self.workerDone)
         return 0;
-    if (!self.isFromMemory) {
-        *bytes = self.pulled;
-        return static_cast<std::uint32_t>(self.readCompressed(self.pulled, sizeof self.pulled));
-    }
     const std::size_t count = std::min(sizeof self.pulled, self.kept.size() - self.keptTaken);
     if (count == 0 && self.keptFailure)
         std::rethrow_exception(self.keptFailure);
+    if (count == 0 && !self.isFromMemory) {
+        *bytes = self.pulled;
+        return static_cast<std::uint32_t>(self.readCompressed(self.pulled, sizeof self.pulled));
+    }
     *bytes = self.kept.data() + self.keptTaken;
     self.keptTaken += count;
     return static_cast<std::uint32_t>(count);
 }
 
-// ---- deferred compression ----
+// ---- what is read before a worker is started ----
 
 // A stream that fails is read as far as it goes; the failure comes out where the worker would have met it.
-void suCompressedStream_c::iReadAllFirst()
+void suCompressedStream_c::iReadFirst(std::size_t most)
 {
-    isFromMemory = true;
     try {
-        std::size_t got = sizeof pulled;
-        while (got == sizeof pulled) {
-            got = readCompressed(pulled, sizeof pulled);
+        while (!isFromMemory && kept.size() < most) {
+            const std::size_t got = readCompressed(pulled, sizeof pulled);
             kept.insert(kept.end(), pulled, pulled + got);
+            isFromMemory = got < sizeof pulled;
         }
-    } catch (const suException&) {
+    } catch (...) {
         keptFailure = std::current_exception();
+        isFromMemory = true;
     }
 }
+
+// ---- deferred compression ----
 
 void suCompressedStream_c::iKeep(const void* source, std::size_t count)
 {
@@ -316,17 +379,16 @@ void suCompressedStream_c::Close()
     isOpen = false;
     const bool wasThrown = exceptionWasThrown;
     bool atEnd = true;
-    if (workerThread.joinable()) {
-        try {
-            if (isStoring)
-                iFinishStoring();
-            else
-                atEnd = iFinishReading();
-        } catch (...) {
-            // stored, and thrown below when all is closed
-        }
-        workerThread.join();
+    try {
+        if (!isStoring)
+            atEnd = iFinishReading();
+        else if (workerThread.joinable())
+            iFinishStoring();
+    } catch (...) {
+        // stored, and thrown below when all is closed
     }
+    if (workerThread.joinable())
+        workerThread.join();
     std::exception_ptr closeFailure;
     try {
         closeUnderlying();

@@ -30,6 +30,8 @@ public:
 // One client thread and one worker an object. Bytes are handed over in turn: the worker lends the client the memory that it
 // has decoded into, or that it will compress from, and touches it no more until it is given back; one hand-over moves up to a
 // whole block. The far side is touched by the worker alone between construction and Close, and not at all once Close is done.
+// A small input that decodes to one hand-over has no worker: starting one would cost more than the decoding. The constructor
+// decodes it, and the client meets bytes and failures where a worker's would come.
 //
 // What fails in the worker is thrown at the client's next Read, Write or Close. Writing, a failure shows when 4096 bytes are
 // together that have to go to the worker, or at Close. Reading, it shows when the bytes before it are used up. Whether Close
@@ -57,8 +59,8 @@ protected:
     // A type of 2 reads imploded data and nothing else; any other recognises all forms. Storing ignores it.
     suCompressedStream_c(bool isStoring, int compressionType);
 
-    // To be called by the class that is complete, for the worker uses its virtual operations at once. With deferred
-    // compression on, a reader's whole input is read here. Throws std::bad_alloc when there is no thread to be had.
+    // To be called by the class that is complete, for its virtual operations are used at once. With deferred compression on, a
+    // reader's whole input is read here; a small one in any case, and decoded too. Throws std::bad_alloc when there is no thread to be had.
     void iStart();
     void iEndQuietly() noexcept;
     // Compresses everything that iKeep() was given, on this thread.
@@ -66,7 +68,7 @@ protected:
     void iKeep(const void* source, std::size_t count);
     bool iIsOpen() const noexcept { return isOpen; }
 
-    // The far side; both are called on the worker's thread. Fewer bytes than asked mean the end.
+    // The far side; after iStart both are called on the worker's thread. Fewer bytes than asked mean the end.
     virtual void writeCompressed(const std::uint8_t* bytes, std::size_t count) = 0;
     virtual std::size_t readCompressed(std::uint8_t* bytes, std::size_t count) = 0;
     // The last use of the far side, on the client's thread, when the worker has ended. Not called a second time.
@@ -76,11 +78,13 @@ protected:
 
 private:
     class Decoded;
+    class DecodedAtOnce;
 
-    void iReadAllFirst();
+    void iReadFirst(std::size_t most);
+    bool iDecodeAtOnce();
     void iRunWorker() noexcept;
-    void iCompress();
-    void iDecompress();
+    void iCompress() noexcept;
+    void iDecode(suDecodedOutput& output) noexcept;
     void iRequireOpen(bool forStoring) const;
     void iThrowStored();
     void iTakeBlock();
@@ -119,6 +123,8 @@ private:
     int decodeResult = 0;
     struct Room
     {
+        std::uint8_t* require(std::size_t count);
+
         std::unique_ptr<std::uint8_t[]> bytes;
         std::size_t size = 0;
     };
@@ -127,8 +133,8 @@ private:
     bool roomIsOut = false;
     std::uint8_t pulled[2048];
 
-    // deferred compression: what was read first, or what waits to be compressed
-    bool isFromMemory = false;
+    // what was read first, or with deferred compression what waits to be compressed
+    bool isFromMemory = false; // and this is all
     std::vector<std::uint8_t> kept;
     std::size_t keptTaken = 0;
     std::exception_ptr keptFailure;
