@@ -63,9 +63,11 @@ suStructuredStorage::suStructuredStorage(std::u16string_view name, bool readWrit
             iReuseEmbedded(split.innerName);
         return;
     }
-    if (checkIsStorage && StgIsStorageFile(toOle(split.path)) == S_FALSE)
+    const bool isOpen = SUCCEEDED(lockBytes->open(split.path, readWrite)); // a failure shows in the next step
+    if (checkIsStorage && (isOpen ? StgIsStorageILockBytes(lockBytes.get()) : StgIsStorageFile(toOle(split.path))) == S_FALSE) {
+        lockBytes = ComPtr<suFileLockBytes>::adopt(new suFileLockBytes); // lets go of a file that is none of ours
         return;
-    lockBytes->open(split.path, readWrite); // a failure shows in the next step
+    }
     if (split.innerName.empty())
         iOpenPlain(split.path, readWrite, snapshot);
     else
