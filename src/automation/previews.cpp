@@ -16,6 +16,13 @@ namespace {
 constexpr std::int32_t kindActive = 1;
 constexpr int firstVersionWithPreviewEach = 2037;
 
+// The number that opening has found saves another walk through the root; a document on a client's storage has none.
+int versionOf(dmDocument_c& document, IStorage& root)
+{
+    LONG version = 0;
+    return document.getFileVersion(version) && version != 0 ? version : suStructuredStorage(&root).loadVersion();
+}
+
 // Reads the record of the stream that is meant. False, and the caller's error stays as it is, when there is none that can be
 // read.
 bool readRecord(dmDocument_c& document, const dmConfigHeader_c* configuration, PreviewForm form, suDibRecord& record)
@@ -48,7 +55,7 @@ bool getPreviewName(dmDocument_c& document, const dmConfigHeader_c* configuratio
     name = plain;
     if (!meant)
         return true;
-    if (form == PreviewForm::bitmap && suStructuredStorage(root.get()).loadVersion() < firstVersionWithPreviewEach)
+    if (form == PreviewForm::bitmap && versionOf(document, *root) < firstVersionWithPreviewEach)
         return equalNoCase(meant->name, document.getActiveConfigurationName()); // there is one for the document
     if (meant->configurationKind != kindActive)
         name = meant->getConfigurationNodeName() + u"-" + plain;

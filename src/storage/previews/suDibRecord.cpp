@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <memory>
 
 namespace kvdm {
 
@@ -40,12 +41,11 @@ void suDibRecord::loadPng(su_CArchive& archive)
 {
     format = formatPng;
     data.clear();
-    constexpr std::size_t piece = 0x10000;
-    for (std::size_t read = piece; read == piece;) {
-        const std::size_t at = data.size();
-        data.resize(at + piece);
-        read = archive.Read(data.data() + at, piece);
-        data.resize(at + read);
+    constexpr std::size_t pieceSize = 0x10000;
+    const auto piece = std::make_unique_for_overwrite<std::uint8_t[]>(pieceSize); // far more than most previews have
+    for (std::size_t read = pieceSize; read == pieceSize;) {
+        read = archive.Read(piece.get(), pieceSize);
+        data.insert(data.end(), piece.get(), piece.get() + read);
         if (data.size() > mostBytes)
             throw suFileException(suFileException::generic);
     }
