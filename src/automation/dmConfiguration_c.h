@@ -21,7 +21,7 @@ class dmConfigurationProperties final : public suConfigurationProperties
 {
 public:
     void load(IStorage& rootStorage, const std::u16string& name) override { store.Read(rootStorage, name); }
-    void save(IStorage& rootStorage, const std::u16string& name) override { store.Write(rootStorage, name); }
+    bool save(IStorage& rootStorage, const std::u16string& name) override { return store.Write(rootStorage, name); }
     // A stream that did not read whole is kept, so that a save loses nothing of it.
     bool hasAny() const override { return store.hasUserProperties() || store.isLeftAlone(); }
 

@@ -56,11 +56,14 @@ void dmConfigHeader_c::saveProperties(suStructuredStorage& storage)
         return;
     const std::u16string stream = getConfigurationNodeName() + u"-Properties";
     if (properties->hasAny()) {
-        properties->save(*storage.getRootStorage(), stream);
+        if (!properties->save(*storage.getRootStorage(), stream))
+            throw suFileException(suFileException::generic, -1, stream);
     } else {
         storage.releaseChildStorage(); // the stream lies in the root
-        storage.destroyNode(stream);
+        const bool removed = storage.destroyNode(stream);
         storage.releaseStream(); // destroyNode leaves the form of the node behind, which this clears
+        if (!removed)
+            throw suFileException(suFileException::generic, -1, stream);
     }
 }
 

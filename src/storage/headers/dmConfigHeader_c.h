@@ -22,7 +22,8 @@ public:
     std::u16string getConfigurationNodeName() const; // "Config-" and the id
     // Makes and reads the property set, once.
     void loadProperties(suStructuredStorage& storage);
-    // Writes the property set when there is one with properties; an empty one removes the stream.
+    // Writes the property set when there is one with properties; an empty one removes the stream. Throws suFileException when
+    // the stream could not be written or removed: a save must not go on as if it were.
     void saveProperties(suStructuredStorage& storage);
     // Null before loadProperties.
     suConfigurationProperties* getProperties() const noexcept { return properties.get(); }

@@ -16,7 +16,8 @@ public:
 
     // Reads the stream of this name; a missing one leaves the set empty.
     virtual void load(IStorage& rootStorage, const std::u16string& name) = 0;
-    virtual void save(IStorage& rootStorage, const std::u16string& name) = 0;
+    // False, or a file exception, when the stream was not written.
+    virtual bool save(IStorage& rootStorage, const std::u16string& name) = 0;
     virtual bool hasAny() const = 0;
 };
 

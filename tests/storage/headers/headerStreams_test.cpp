@@ -177,11 +177,15 @@ TEST_F(HeaderStreams, ConfigurationHeaderIsCompressedAsTheSwitchSays)
 struct NotedProperties final : suConfigurationProperties
 {
     void load(IStorage&, const std::u16string& name) override { loaded.push_back(name); }
-    void save(IStorage&, const std::u16string& name) override { saved.push_back(name); }
+    bool save(IStorage&, const std::u16string& name) override
+    {
+        saved.push_back(name);
+        return isWritten;
+    }
     bool hasAny() const override { return any; }
 
     std::vector<std::u16string> loaded, saved;
-    bool any = true;
+    bool any = true, isWritten = true;
 };
 
 TEST_F(HeaderStreams, PropertiesOfAConfigurationAreReadWrittenAndRemoved)
@@ -205,9 +209,12 @@ TEST_F(HeaderStreams, PropertiesOfAConfigurationAreReadWrittenAndRemoved)
     EXPECT_EQ(properties->loaded, std::vector<std::u16string>{u"Config-7-Properties"});
     EXPECT_EQ(properties->saved, properties->loaded);
     EXPECT_EQ(storage->isNodeCompressed(u"Config-7-Properties"), 0);
+    properties->isWritten = false;
+    EXPECT_THROW(configuration.saveProperties(*storage), suFileException);
     properties->any = false;
+    EXPECT_THROW(configuration.saveProperties(*open(write(file), false)), suFileException) << "a reader removes nothing";
     configuration.saveProperties(*storage);
-    EXPECT_EQ(properties->saved.size(), 1u);
+    EXPECT_EQ(properties->saved.size(), 2u);
     EXPECT_EQ(storage->isNodeCompressed(u"Config-7-Properties"), -1);
 }
 
