@@ -8,6 +8,7 @@ namespace kvdm {
 namespace {
 
 constexpr DWORD accessMask = 0x3;
+constexpr std::size_t mostStreamsChecked = 4096;
 constexpr std::size_t smallStreamsInMemory = 4096; // 16 MiB of them at most, besides those that are open
 
 FILETIME timeNow() noexcept
@@ -115,6 +116,7 @@ void CompoundFile::iStart()
     contents.clear();
     toWrite.clear();
     retired.clear();
+    smallStreamsChecked = false;
     torn = false;
     if (!mayWrite)
         file.keepWritesInMemory(table.offsetOf(table.sectorCount()));
@@ -205,6 +207,32 @@ void CompoundFile::iCheckWhole() const
         throw suOleException(STG_E_CANTSAVE);
 }
 
+// In a damaged file small streams may share sectors, or lie in free ones: what is placed there would not stay. Looked at once,
+// before the first of them goes or comes; of a file with very many streams, the first ones in the tree.
+void CompoundFile::iCheckSmallStreams()
+{
+    if (smallStreamsChecked)
+        return;
+    std::vector<bool> claimed;
+    std::vector<ElementId> storages{rootId};
+    std::size_t seen = 0;
+    for (std::size_t i = 0; i < storages.size(); ++i) {
+        for (const ElementId id : directory.children(storages[i])) {
+            if (++seen > mostStreamsChecked) {
+                smallStreamsChecked = true;
+                return;
+            }
+            const EntryView entry = directory.entry(id);
+            const std::uint64_t size = directory.sizeOf(id);
+            if (entry.type() != EntryType::stream)
+                storages.push_back(id);
+            else if (size < miniCutoff && !mini.claim(entry.start(), size, claimed))
+                throw suOleException(STG_E_DOCFILECORRUPT);
+        }
+    }
+    smallStreamsChecked = true;
+}
+
 ElementId CompoundFile::create(ElementId storage, std::u16string_view name, bool isStorage)
 {
     iCheckWhole();
@@ -231,6 +259,7 @@ void CompoundFile::destroy(ElementId storage, ElementId element)
         const std::vector<ElementId> below = directory.children(all[i]);
         all.insert(all.end(), below.begin(), below.end());
     }
+    iCheckSmallStreams();
     directory.unlink(storage, element);
     torn = true;
     for (const ElementId id : all) {
@@ -312,6 +341,7 @@ void CompoundFile::iPlaceContent(ElementId stream, StreamContent& content)
     content.flush();
     if (!content.isChanged())
         return;
+    iCheckSmallStreams();
     const EntryView before = directory.entry(stream);
     const std::uint64_t sizeBefore = directory.sizeOf(stream);
     const std::uint32_t startBefore = before.start();

@@ -64,6 +64,7 @@ private:
     void iStart();
     bool iTablesAgree();
     void iCheckWhole() const;
+    void iCheckSmallStreams();
     void iDropContent(ElementId stream);
     void iRetire(std::vector<SectorChain::Run>& dropped);
     void iPlaceContent(ElementId stream, StreamContent& content);
@@ -86,6 +87,7 @@ private:
     std::map<ElementId, std::shared_ptr<StreamContent>> toWrite;
     SectorSet retired; // of the committed state, not used by the working state
     bool mayWrite = false;
+    bool smallStreamsChecked = false;
     bool torn = false; // a change was cut short, by exhausted memory or by damage
 };
 

@@ -66,7 +66,8 @@ HRESULT MiniStore::load(std::uint32_t startSector, std::uint32_t bytes, std::vec
 
 std::uint32_t MiniStore::iSectorCount() const noexcept
 {
-    return static_cast<std::uint32_t>((container->size() + miniSectorBytes - 1) / miniSectorBytes);
+    const std::uint64_t sectors = (container->size() + miniSectorBytes - 1) / miniSectorBytes;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(sectors, largestSector)); // the size is what a file tells
 }
 
 void MiniStore::iSetLink(std::uint32_t sector, std::uint32_t value)
@@ -75,6 +76,27 @@ void MiniStore::iSetLink(std::uint32_t sector, std::uint32_t value)
     while (table.count() <= sector / perPage)
         table.append(0xFF);
     writeLe32(table.edit(sector / perPage) + 4 * (sector % perPage), value);
+}
+
+bool MiniStore::claim(std::uint32_t startSector, std::uint64_t bytes, std::vector<bool>& claimed)
+{
+    const std::uint32_t sectors = iSectorCount();
+    std::uint32_t sector = startSector;
+    for (std::uint64_t left = (bytes + miniSectorBytes - 1) / miniSectorBytes; left > 0 && sector < sectors; --left) {
+        std::uint32_t following;
+        try {
+            following = next(sector);
+        } catch (const suOleException&) {
+            return true; // nothing is ever placed where the table cannot be read
+        }
+        if (claimed.size() <= sector)
+            claimed.resize(sector + 1);
+        if (following == freeSector || claimed[sector])
+            return false;
+        claimed[sector] = true;
+        sector = following;
+    }
+    return true;
 }
 
 // Pages of the table in turn, as far as the credit goes.
@@ -92,6 +114,16 @@ void MiniStore::iSearch(std::uint32_t sectorsWanted)
         }
         ++searchedPages;
         --searchCredit;
+    }
+}
+
+// The size of a damaged mini stream may tell less than the table has in use: what grows there would be written over streams.
+void MiniStore::iDemandFree(std::uint32_t sector, std::uint32_t count)
+{
+    const std::uint32_t perPage = table.pageBytes() / 4;
+    for (std::uint32_t i = sector; i < sector + count && i / perPage < table.count(); ++i) {
+        if (next(i) != freeSector)
+            throw suOleException(STG_E_DOCFILECORRUPT);
     }
 }
 
@@ -116,6 +148,7 @@ std::uint32_t MiniStore::place(const std::vector<std::uint8_t>& bytes)
         const std::uint32_t behind = iSectorCount();
         if (std::uint64_t{behind} + needed > largestSector)
             throw suOleException(STG_E_DOCFILETOOLARGE);
+        iDemandFree(behind, needed - found);
         runs.push_back({behind, needed - found});
     }
 

@@ -19,6 +19,8 @@ public:
     HRESULT load(std::uint32_t startSector, std::uint32_t bytes, std::vector<std::uint8_t>& out);
 
     std::uint32_t next(std::uint32_t sector);
+    // Marks the sectors of a small stream. False when one of them is marked already or is free by the table.
+    bool claim(std::uint32_t startSector, std::uint64_t bytes, std::vector<bool>& claimed);
 
     // ---- writing; both throw ----
     // Puts the bytes of a small stream down and gives its first sector. Free sectors are used before the mini stream grows;
@@ -39,6 +41,7 @@ public:
 private:
     void iSearch(std::uint32_t sectorsWanted);
     std::uint32_t iSectorCount() const noexcept;
+    void iDemandFree(std::uint32_t sector, std::uint32_t count);
     void iSetLink(std::uint32_t sector, std::uint32_t value);
 
     ContentHome home;
