@@ -109,6 +109,7 @@ template <class Member, class Read> auto* dmDocument_c::iReadOnce(Member& member
     tried = true;
     try {
         suStructuredStorage wrapper(storage.get());
+        wrapper.knowVersion(fileVersion);
         member = read(wrapper);
     } catch (const std::exception&) {
         member.reset();
@@ -130,7 +131,7 @@ suDocumentProperties_c* dmDocument_c::getProperties()
 {
     return iReadOnce(properties, propertiesTried, [](suStructuredStorage& storage) {
         auto made = std::make_unique<suDocumentProperties_c>();
-        made->Read(*storage.getRootStorage());
+        made->Read(*storage.getRootStorage(), storage.loadVersion());
         return made;
     });
 }

@@ -79,6 +79,8 @@ public:
 
     // The number of the "_MO_VERSION_" marker, 0 when there is none; the same for the display-list marker.
     int loadVersion();
+    // What loadVersion is to answer without a walk through the root, from one that has loaded it of this storage; 0 for unknown.
+    void knowVersion(int version) noexcept { knownVersion = version; }
     static int loadVersion(IStorage& storage);
     int loadDLVersion();
     bool writeVersion(int version);
@@ -156,6 +158,7 @@ private:
     std::int32_t compressionSeconds = 0; // shown, never set
     ComPtr<suFileLockBytes> lockBytes;
     HRESULT lastError = S_OK;
+    int knownVersion = 0;
     bool streamReleased = false;
     int storedCompressionType = -1; // 2 or 4 once a compressed node was found
     std::u16string storageName;     // the document's name

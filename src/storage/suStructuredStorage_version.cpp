@@ -71,7 +71,9 @@ int loadCachedVersion(IStorage& storage, const std::u16string& storageName)
 int suStructuredStorage::loadVersion()
 {
     trace([] { return std::string("suStructuredStorage::loadVersion()"); });
-    return rootStorage ? loadCachedVersion(*rootStorage, storageName) : 0;
+    if (!rootStorage)
+        return 0;
+    return knownVersion != 0 ? knownVersion : loadCachedVersion(*rootStorage, storageName);
 }
 
 int suStructuredStorage::loadVersion(IStorage& storage)
@@ -97,6 +99,7 @@ int suStructuredStorage::loadDLVersion()
 bool suStructuredStorage::writeVersion(int version)
 {
     trace([=] { return "suStructuredStorage::writeVersion(), moVersionIn : " + std::to_string(version); });
+    knownVersion = 0;
     return iWriteVersionNode(versionPrefix, version);
 }
 

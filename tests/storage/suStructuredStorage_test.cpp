@@ -166,6 +166,10 @@ TEST_F(Gateway, WritesTheVersionByRenamingTheMarker)
     }
     EXPECT_TRUE(storage->writeDLVersion(3));
     EXPECT_EQ(storage->loadDLVersion(), 3);
+    storage->knowVersion(5);
+    EXPECT_EQ(storage->loadVersion(), 5) << "as it was told";
+    EXPECT_TRUE(storage->writeVersion(6));
+    EXPECT_EQ(storage->loadVersion(), 6);
 }
 
 TEST_F(Gateway, LeavesTheFormsThatWritingCallsFor)
