@@ -46,9 +46,14 @@ template <class Object> std::shared_ptr<Object> readAttached(suStructuredStorage
 {
     if (!storage.attachToNode(false, name, true, 0))
         return nullptr;
-    su_CArchive& archive = storage.getArchive();
-    const dmSerializeContext context(archive, version);
-    return objectAs<Object>(archive.ReadObject());
+    std::shared_ptr<Object> object;
+    {
+        su_CArchive& archive = storage.getArchive();
+        const dmSerializeContext context(archive, version);
+        object = objectAs<Object>(archive.ReadObject());
+    }
+    storage.releaseStream(); // tells of damage behind the object, which the archive has not met
+    return object;
 }
 
 // The stream of one object, made without touching the storage.
@@ -66,14 +71,16 @@ bool writeBytes(suStructuredStorage& storage, const std::u16string& name, int wa
 {
     if (!storage.attachToNode(true, name, true, wantCompress))
         return false;
+    const bool isPlain = storage.iGetStreamName(name) == name; // whichever form was asked for, the other one may be attached
     storage.getArchive().Write(bytes.data(), bytes.size());
     if (!storage.releaseStream())
         return false;
-    if (wantCompress == 0) { // the compressed twin, were it left, would hide what has just been written
-        IStorage* current = storage.getChildStorage() ? storage.getChildStorage() : storage.getRootStorage();
-        current->DestroyElement(toOle(name + u"__ZLB"));
-    }
-    return true;
+    if (!isPlain)
+        return true;
+    // The compressed twin, were it left, would hide what has just been written.
+    IStorage* current = storage.getChildStorage() ? storage.getChildStorage() : storage.getRootStorage();
+    const HRESULT status = current->DestroyElement(toOle(name + u"__ZLB"));
+    return SUCCEEDED(status) || status == STG_E_FILENOTFOUND;
 }
 
 } // namespace

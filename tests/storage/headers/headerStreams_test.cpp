@@ -1,3 +1,4 @@
+#include "../codecs/codecSupport.h"
 #include "headerTools.h"
 
 #include "common/automationText.h"
@@ -5,6 +6,7 @@
 #include "storage/headers/headerStreams.h"
 #include "storage/suStructuredStorage.h"
 #include "support/CompoundFileBuilder.h"
+#include "support/ForeignObjects.h"
 #include "support/TemporaryFolder.h"
 
 namespace kvdm::test {
@@ -107,6 +109,55 @@ TEST_F(HeaderStreams, WhatCannotBeReadIsNone)
     const auto storage = open(write(document(3800)));
     EXPECT_EQ(readHeader(*storage), nullptr);
     EXPECT_EQ(readConfigMgrHeader(*storage), nullptr);
+}
+
+TEST_F(HeaderStreams, DamageBehindTheObjectIsDamageToo)
+{
+    const auto imploded = [](const Bytes& content) {
+        ImplodedBits bits({0, 4});
+        for (const std::uint8_t byte : content)
+            bits.literal(byte);
+        return bits.end().bytes;
+    };
+    for (const std::size_t cut : {0, 1, 2}) {
+        Bytes header = imploded(headerStream({}));
+        Bytes list = imploded(configMgrHeaderStream(3800));
+        header.resize(header.size() - cut);
+        list.resize(list.size() - cut);
+        CompoundFileBuilder file = document(3800);
+        file.root().stream(u"Header2__Zip", header);
+        file.root().storage(u"Contents").stream(u"CMgrHdr2__Zip", list);
+        const auto storage = open(write(file));
+        EXPECT_EQ(readHeader(*storage) != nullptr, cut == 0) << cut;
+        EXPECT_EQ(readConfigMgrHeader(*storage) != nullptr, cut == 0) << cut;
+    }
+}
+
+// Whichever call the storage refuses, and whichever form the writer falls back to.
+TEST_F(HeaderStreams, WhatIsSaidToBeWrittenIsWhatAReaderFinds)
+{
+    CompoundFileBuilder file = document(3800);
+    file.root().stream(u"Header2", headerStream({}));
+    file.root().stream(u"Header2__ZLB", blockForm({headerStream({})}));
+    file.root().stream(u"Header2__Zip", "older");
+    const auto changed = readObject<moHeader_c>(headerStream({.lastUpdateStamp = 9}), 3800);
+    bool written = false;
+    ForeignPlan plan;
+    plan.failure = STG_E_ACCESSDENIED;
+    for (long refused = 1; plan.calls >= plan.failAt; ++refused) {
+        const auto foreign = ForeignStorage::over(file.root(), plan);
+        suStructuredStorage storage(foreign.get());
+        plan.calls = 0;
+        plan.failAt = refused;
+        written = false;
+        EXPECT_EQ(writeHeader(*changed, storage, &written), 0);
+        if (plan.calls < refused)
+            break;
+        plan.failAt = 0;
+        const auto found = readHeader(storage);
+        EXPECT_TRUE(!written || (found && found->lastUpdateStamp == 9)) << refused;
+    }
+    EXPECT_TRUE(written) << "nothing was refused";
 }
 
 TEST_F(HeaderStreams, WritingLeavesNoCompressedTwin)
