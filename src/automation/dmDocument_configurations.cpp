@@ -5,6 +5,8 @@
 #include "platform/text/casing.h"
 
 #include <algorithm>
+#include <new>
+#include <optional>
 
 namespace kvdm {
 
@@ -65,11 +67,8 @@ dmConfiguration_c* dmDocument_c::getConfiguration(std::u16string_view name)
         return nullptr;
     if (const auto* live = liveConfigurations.find(name))
         return live->get();
-    if (auto* retired = retiredConfigurations.find(name)) {
-        dmConfiguration_c* back = liveConfigurations.set(name, std::move(*retired)).get();
-        retiredConfigurations.remove(name);
-        return back;
-    }
+    if (retiredConfigurations.moveTo(liveConfigurations, name))
+        return liveConfigurations.find(name)->get();
     return liveConfigurations.set(name, std::make_unique<dmConfiguration_c>(*this, name)).get();
 }
 
@@ -101,21 +100,20 @@ void dmDocument_c::releaseConfigMgrWrapper() noexcept
 void dmDocument_c::releaseConfiguration(dmConfiguration_c& configuration) noexcept
 {
     configuration.wrapper = nullptr;
+    const std::u16string* key = nullptr;
+    liveConfigurations.forEach([&](const std::u16string& name, const std::unique_ptr<dmConfiguration_c>& live) {
+        if (live.get() == &configuration)
+            key = &name;
+    });
+    std::optional<std::u16string> presentName;
     try {
-        const std::u16string* key = nullptr;
-        liveConfigurations.forEach([&](const std::u16string& name, const std::unique_ptr<dmConfiguration_c>& live) {
-            if (live.get() == &configuration)
-                key = &name;
-        });
-        if (key) {
-            std::unique_ptr<dmConfiguration_c> object = std::move(*liveConfigurations.find(*key));
-            liveConfigurations.remove(*key); // takes no memory: a live entry without a wrapper would keep the core for ever
-            retiredConfigurations.set(configuration.getName(), std::move(object));
-        }
-    } catch (const std::exception&) {
-        // Without memory for the move the object goes; the record, with the texts and the properties that clients changed,
-        // is the header's, and the next look-up makes an object for it again.
+        presentName = configuration.getName();
+    } catch (const std::bad_alloc&) {
+        // It keeps its old key then: a live entry without a wrapper would keep the core for ever, and without the entry the
+        // next save would not write its properties.
     }
+    if (key)
+        liveConfigurations.moveTo(retiredConfigurations, *key, std::move(presentName));
     iEndIfUnused();
 }
 

@@ -2,10 +2,12 @@
 // goes to the head of its bucket, enumeration runs bucket 0 to 16, each from its head. Keys compare exactly.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -50,6 +52,27 @@ public:
             }
         }
         return false;
+    }
+
+    // Gives the entry to another map as set does, under its key or a new one; takes no memory. False without such an entry.
+    bool moveTo(StringMap& other, std::u16string_view key, std::optional<std::u16string> newKey = std::nullopt) noexcept
+    {
+        auto& bucket = buckets[bucketOf(key)];
+        const auto at = std::find_if(bucket.begin(), bucket.end(), [&](const auto& entry) { return entry.first == key; });
+        if (at == bucket.end())
+            return false;
+        if (newKey)
+            at->first = std::move(*newKey);
+        if (Value* known = other.find(at->first)) {
+            *known = std::move(at->second);
+            bucket.erase(at);
+        } else {
+            auto& target = other.buckets[bucketOf(at->first)];
+            target.splice(target.begin(), bucket, at);
+            ++other.entries;
+        }
+        --entries;
+        return true;
     }
 
     void clear() noexcept

@@ -134,10 +134,30 @@ TEST(ExhaustedMemory, LeavesTheOldFileOrTheNewOneAfterASave)
 {
     TemporaryFolder folder;
     DocumentBuilder builder;
-    builder.visible("Material", textValue("Steel")).summary(2, textValue("Title"));
+    builder.visible("Material", textValue("Steel")).summary(2, textValue("Title")).ofConfiguration(7, {{"Material", textValue("Steel")}});
+    builder.withHeader = builder.withConfigurations = false;
+    const auto packed = [](const Bytes& bytes) { return zlbNode(std::string(bytes.begin(), bytes.end())); };
+    builder.root.stream(u"Header2__ZLB", packed(headerStream(builder.header)));
+    builder.contents.stream(u"CMgrHdr2__ZLB", packed(configMgrHeaderStream(3800)));
     const OwnedBstr path(fromUtf8(folder / "a.kvdprt"));
     const OwnedBstr material(u"Material");
     const OwnedBstr brass(u"Brass");
+    const OwnedBstr second(u"Second");
+    const OwnedBstr third(u"Third");
+    const auto find = [](IKvDMDocument& document, const OwnedBstr& name) {
+        ComPtr<IKvDMConfigurationMgr> manager;
+        ComPtr<IKvDMConfiguration> configuration;
+        ComPtr<IKvDMConfiguration7> found;
+        if (document.get_ConfigurationManager(manager.put()) == S_OK && manager->GetConfigurationByName(name.get(), configuration.put()) == S_OK)
+            configuration->QueryInterface(IID_IKvDMConfiguration7, found.putVoid());
+        return found;
+    };
+    const auto materialIn = [&](auto& holder) {
+        KvDmCustomInfoType type = kvDmCustomInfoUnknown;
+        OwnedBstr value;
+        EXPECT_EQ(holder.GetCustomProperty(material.get(), &type, value.put()), S_OK);
+        return toUtf8(value.view());
+    };
     bool saved = false;
     const long allocations = failEveryAllocation([&] {
         const long left = allocationsLeft.exchange(-1);
@@ -146,19 +166,28 @@ TEST(ExhaustedMemory, LeavesTheOldFileOrTheNewOneAfterASave)
         KvDmDocumentOpenError error = kvDmDocumentOpenErrorNone;
         KvDmDocumentSaveError outcome = kvDmDocumentSaveErrorFail;
         ComPtr<IKvDMDocument> document;
+        bool isSet = false;
+        bool isRenamed = false;
         saved = false;
         if (const auto application = bareApplication())
             application->GetDocument(path.get(), kvDmDocumentUnknown, VARIANT_FALSE, &error, document.put());
+        if (document) {
+            if (const auto configuration = find(*document, second)) {
+                isSet = configuration->SetCustomProperty(material.get(), brass.get()) == S_OK;
+                isRenamed = configuration->put_Name2(third.get()) == S_OK;
+            }
+            find(*document, third); // it retires again, and keeps what was changed
+        }
         const bool changed = document && document->SetCustomProperty(material.get(), brass.get()) == S_OK;
         if (changed && document->Save(&outcome) == S_OK)
             saved = outcome == kvDmDocumentSaveErrorNone;
         document.reset();
         const long rest = allocationsLeft.exchange(-1);
         const auto again = mustOpen(folder / "a.kvdprt");
-        KvDmCustomInfoType type = kvDmCustomInfoUnknown;
-        OwnedBstr value;
-        EXPECT_EQ(again->GetCustomProperty(material.get(), &type, value.put()), S_OK);
-        EXPECT_EQ(toUtf8(value.view()), saved ? "Brass" : "Steel");
+        EXPECT_EQ(materialIn(*again), saved ? "Brass" : "Steel");
+        const auto configuration = find(*again, saved && isRenamed ? third : second);
+        EXPECT_TRUE(configuration) << saved << isRenamed;
+        EXPECT_EQ(configuration ? materialIn(*configuration) : "", saved && isSet ? "Brass" : "Steel");
         EXPECT_EQ(textFrom(*again, &IKvDMDocument::get_Title), "Title");
         EXPECT_EQ(valueFrom(*again, &IKvDMDocument::GetLastUpdateStamp, LONG{0}), 7);
         allocationsLeft = rest;

@@ -52,4 +52,21 @@ TEST(StringMap, AKnownKeyKeepsItsPlace)
     EXPECT_EQ(order(map), u"");
 }
 
+TEST(StringMap, EntriesMoveToAnotherMap)
+{
+    StringMap<int> map;
+    StringMap<int> other;
+    for (const char16_t* key : {u"f", u"w", u"a"})
+        map.set(key, static_cast<int>(map.size()));
+    EXPECT_TRUE(map.moveTo(other, u"f"));
+    EXPECT_TRUE(map.moveTo(other, u"w", u"U")); // the bucket of "f"
+    EXPECT_FALSE(map.moveTo(other, u"w"));
+    EXPECT_EQ(order(other), u"U f ");
+    EXPECT_TRUE(map.moveTo(other, u"a", u"f")); // replaces it in its place
+    EXPECT_EQ(order(other), u"U f ");
+    EXPECT_EQ(*other.find(u"f"), 2);
+    EXPECT_EQ(other.size(), 2u);
+    EXPECT_TRUE(map.empty());
+}
+
 } // namespace
