@@ -28,10 +28,7 @@ HRESULT CKvDMDocument::iPutSummary(int index, BSTR text) noexcept
 {
     return callOnCore(core, [&](dmDocument_c& document) {
         suSummaryInformation_c* summary = document.getSummary();
-        if (!summary)
-            return E_FAIL;
-        summary->setField(static_cast<SummaryField>(index), OwnedBstr::viewOf(text));
-        return S_OK;
+        return summary && summary->setField(static_cast<SummaryField>(index), OwnedBstr::viewOf(text)) ? S_OK : E_FAIL;
     });
 }
 

@@ -179,6 +179,10 @@ TEST_F(Document, HasOneMethodForEachSummaryField)
     EXPECT_EQ(textFrom(*document, &D::get_CreationDate), "Wednesday, December 18, 2019 2:27:34 PM");
     EXPECT_EQ(textFrom(*document, &D::get_LastSavedDate), "Thursday, December 19, 2019 2:24:05 PM");
     EXPECT_EQ(textFrom(*ask<ICommonCadDocument>(document.get(), IID_ICommonCadDocument), &ICommonCadDocument::GetTags), "changed");
+
+    DocumentBuilder unknown;
+    unknown.summary(1, shortValue(9999));
+    EXPECT_EQ(reopen(unknown)->put_Title(OwnedBstr(u"Title").get()), E_FAIL) << "nobody could read it in that code page";
 }
 
 TEST_F(Document, GivesVisibleAndInvisiblePropertiesApart)
