@@ -7,6 +7,9 @@
 #include "properties/suDocumentProperties_c.h"
 #include "properties/suPropertyStore_c.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace kvdm {
 
 namespace {
@@ -133,9 +136,14 @@ bool dmDocument_c::getSheetNames(std::vector<std::u16string>& names)
 LONG dmDocument_c::getHyperLinksCount()
 {
     if (suDocumentProperties_c* holder = getProperties()) {
-        const std::size_t before = currentLinkNames.size();
-        holder->GetLinkLists(lastSavedLinkNames, &currentLinkNames);
-        storedLinks = currentLinkNames.size() - before;
+        std::vector<std::u16string> saved;
+        std::vector<std::u16string> current;
+        holder->GetLinkLists(saved, &current);
+        lastSavedLinkNames.reserve(lastSavedLinkNames.size() + saved.size()); // all or nothing: the copies must stay in step
+        currentLinkNames.reserve(currentLinkNames.size() + current.size());
+        std::move(saved.begin(), saved.end(), std::back_inserter(lastSavedLinkNames));
+        std::move(current.begin(), current.end(), std::back_inserter(currentLinkNames));
+        storedLinks = current.size();
         return static_cast<LONG>(lastSavedLinkNames.size());
     }
     return 0;
@@ -157,8 +165,9 @@ bool dmDocument_c::modifyHyperLinkAt(LONG at, std::u16string_view link)
         throw suInvalidArgumentException();
     if (static_cast<std::size_t>(at) >= currentLinkNames.size())
         return false;
-    currentLinkNames[static_cast<std::size_t>(at)] = link;
-    linkChanges.emplace_back(static_cast<std::size_t>(at), link);
+    std::u16string changed(link);
+    linkChanges.emplace_back(static_cast<std::size_t>(at), changed);
+    currentLinkNames[static_cast<std::size_t>(at)] = std::move(changed);
     return true;
 }
 

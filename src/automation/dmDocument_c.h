@@ -135,7 +135,7 @@ private:
     bool summaryTried = false;
     bool refNamesTried = false;
     std::vector<std::u16string> lastSavedLinkNames;                   // of the invisible store; refilled by the count, never emptied
-    std::vector<std::u16string> currentLinkNames;                     // of the main store; what a save writes
+    std::vector<std::u16string> currentLinkNames;                     // of the main store; what a save writes to both
     std::size_t storedLinks = 0;                                      // of the file, as the last count found them
     std::vector<std::pair<std::size_t, std::u16string>> linkChanges;  // in the order in which clients made them
     CKvDMConfigurationMgr* configMgrWrapper = nullptr;                // not counted

@@ -22,16 +22,18 @@ void check(HRESULT status)
 
 } // namespace
 
-// Each copy of a link that repeated counts have made stands for the one link of the file; the last change wins.
+// What a count has read goes to both stores. Each copy of a link that repeated counts have made stands for the one link of
+// the file; the last change wins. A list that would come back cut stays as it is, and without a change all that was not
+// read whole.
 void dmDocument_c::iStoreLinks(suDocumentProperties_c& store)
 {
-    if (storedLinks == 0 || currentLinkNames.size() < storedLinks || lastSavedLinkNames.size() < storedLinks)
+    const auto isWhole = [&](bool visible) { return store.getStore(visible).isLinkListWhole() && !store.getStore(visible).isLeftAlone(); };
+    if (storedLinks == 0 || !store.getStore(true).isLinkListWhole() || (linkChanges.empty() && !(isWhole(true) && isWhole(false))))
         return;
     std::vector<std::u16string> wanted(currentLinkNames.begin(), currentLinkNames.begin() + static_cast<std::ptrdiff_t>(storedLinks));
     for (const auto& [at, link] : linkChanges)
         wanted[at % storedLinks] = link;
-    const std::vector<std::u16string> saved(lastSavedLinkNames.begin(), lastSavedLinkNames.begin() + static_cast<std::ptrdiff_t>(storedLinks));
-    store.SetLinkLists(saved, &wanted);
+    store.SetLinkLists(wanted, nullptr);
 }
 
 bool dmDocument_c::iWrite(suStructuredStorage& storage, KvDmDocumentSaveError& error)

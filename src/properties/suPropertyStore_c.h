@@ -68,6 +68,8 @@ public:
     void SetLinkList(const std::vector<std::u16string>& links, const std::vector<std::u16string>* others);
     // Appends the links; their count, 0 when the list does not read.
     std::size_t GetLinkList(std::vector<std::u16string>& links) const;
+    // False for a list that ends early or holds what cannot be read: its links, written back, would be a cut list.
+    bool isLinkListWhole() const;
     void SetLock(std::int32_t value);
     std::optional<std::int32_t> GetLock() const;
     void SetLockPerson(std::u16string_view name);
@@ -85,7 +87,7 @@ private:
     void iBind();
     const suOleProperty* iFindCustom(std::u16string_view name) const;
     template <class Visitor> void iForEachCustom(Visitor&& visit) const;
-    std::uint32_t iReservedId(std::u16string_view name) const;
+    std::size_t iReadLinks(std::vector<std::u16string>& links, bool& isWhole) const;
     bool iSetReserved(std::u16string_view name, std::string_view value, std::uint32_t type);
     const suOleProperty* iFindReserved(std::u16string_view name, std::uint32_t type) const;
 

@@ -67,9 +67,25 @@ void suPropertyStore_c::SetLinkList(const std::vector<std::u16string>& links, co
 
 std::size_t suPropertyStore_c::GetLinkList(std::vector<std::u16string>& links) const
 {
+    bool isWhole = false;
+    return iReadLinks(links, isWhole);
+}
+
+bool suPropertyStore_c::isLinkListWhole() const
+{
+    std::vector<std::u16string> links;
+    bool isWhole = false;
+    iReadLinks(links, isWhole);
+    return isWhole;
+}
+
+std::size_t suPropertyStore_c::iReadLinks(std::vector<std::u16string>& links, bool& isWhole) const
+{
     const suOleProperty* property = iFindReserved(linksName, VT_BLOB);
+    isWhole = property || !userSection->FindIdByName(linksName);
     if (!property)
         return 0;
+    isWhole = false;
     std::string_view rest = property->payload();
     rest.remove_prefix(std::min<std::size_t>(rest.size(), 8)); // the byte count and the item count
 
@@ -84,11 +100,11 @@ std::size_t suPropertyStore_c::GetLinkList(std::vector<std::u16string>& links) c
         if (type != VT_LPWSTR)
             return 0;
         if (rest.size() < 8)
-            break;
+            return count;
         const std::uint64_t units = oleNumber<std::uint32_t>(rest.data() + 4);
         rest.remove_prefix(8);
         if (units * 2 > rest.size())
-            break;
+            return count;
         if (first) {
             std::u16string text(static_cast<std::size_t>(units), u'\0');
             std::memcpy(text.data(), rest.data(), text.size() * 2);
@@ -98,6 +114,7 @@ std::size_t suPropertyStore_c::GetLinkList(std::vector<std::u16string>& links) c
         first = !first;
         rest.remove_prefix(std::min<std::size_t>(rest.size(), (static_cast<std::size_t>(units) * 2 + 3) / 4 * 4));
     }
+    isWhole = first; // each link has its second text
     return count;
 }
 

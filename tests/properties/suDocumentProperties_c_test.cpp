@@ -106,23 +106,25 @@ TEST(LinkLists, DamageEndsTheListAndNothingElse)
 {
     const std::string item = le32(3) + le32(0);
     const std::string text = le32(31) + le32(2) + std::string("a\0\0\0", 4);
-    const std::tuple<std::string, std::size_t, Texts> cases[] = {{"", 0, {}},
-                                                                 {text + text + text + text, 2, {u"a", u"a"}},
-                                                                 {le32(0) + item + text, 1, {u"a"}},
-                                                                 {text + le32(77) + item, 0, {u"a"}},
-                                                                 {text + text + le32(31) + le32(0x80000001) + "xx", 1, {u"a"}},
-                                                                 {text + le32(31) + std::string("\0\0", 2), 1, {u"a"}},
-                                                                 {le32(31) + le32(1) + "ab", 1, {u"\u6261"}}};
-    for (const auto& [items, count, links] : cases) {
+    const std::tuple<std::string, std::size_t, Texts, bool> cases[] = {{"", 0, {}, true},
+                                                                       {text + text + text + text, 2, {u"a", u"a"}, true},
+                                                                       {le32(0) + item + text, 1, {u"a"}, false},
+                                                                       {text + le32(77) + item, 0, {u"a"}, false},
+                                                                       {text + text + le32(31) + le32(0x80000001) + "xx", 1, {u"a"}, false},
+                                                                       {text + le32(31) + std::string("\0\0", 2), 1, {u"a"}, false},
+                                                                       {le32(31) + le32(1) + "ab", 1, {u"\u6261"}, false}};
+    for (const auto& [items, count, links, isWhole] : cases) {
         const std::string blob = le32(65) + padded(le32(static_cast<std::uint32_t>(items.size() + 4)) + le32(0xFFFFFFFF) + items);
         DocumentUnderTest t(linkStream(blob), linkStream(blob));
         Texts got;
         EXPECT_EQ(t.document.getStore(false).GetLinkList(got), count);
         EXPECT_EQ(got, links);
+        EXPECT_EQ(t.document.getStore(false).isLinkListWhole(), isWhole);
     }
     DocumentUnderTest none(linkStream(textValue("no list")), linkStream(le32(65) + le32(0)));
     Texts got;
     EXPECT_EQ(none.document.getStore(true).GetLinkList(got) + none.document.getStore(false).GetLinkList(got), 0u);
+    EXPECT_FALSE(none.document.getStore(true).isLinkListWhole());
 }
 
 TEST(LinkLists, RenamedFilesAreReplacedWhereTheyWereSaved)
