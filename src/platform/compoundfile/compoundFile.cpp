@@ -207,7 +207,7 @@ void CompoundFile::iCheckWhole() const
         throw suOleException(STG_E_CANTSAVE);
 }
 
-// In a damaged file small streams may share sectors, or lie in free ones: what is placed there would not stay. Looked at once,
+// In a damaged file small streams may share sectors, or lie where none are in use: what is placed there would not stay. Looked at once,
 // before the first of them goes or comes; of a file with very many streams, the first ones in the tree.
 void CompoundFile::iCheckSmallStreams()
 {

@@ -82,7 +82,9 @@ bool MiniStore::claim(std::uint32_t startSector, std::uint64_t bytes, std::vecto
 {
     const std::uint32_t sectors = iSectorCount();
     std::uint32_t sector = startSector;
-    for (std::uint64_t left = (bytes + miniSectorBytes - 1) / miniSectorBytes; left > 0 && sector < sectors; --left) {
+    for (std::uint64_t left = (bytes + miniSectorBytes - 1) / miniSectorBytes; left > 0 && sector <= largestSector; --left) {
+        if (sector >= sectors)
+            return false; // the mini stream may grow up to there
         std::uint32_t following;
         try {
             following = next(sector);

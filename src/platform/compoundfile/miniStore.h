@@ -19,7 +19,7 @@ public:
     HRESULT load(std::uint32_t startSector, std::uint32_t bytes, std::vector<std::uint8_t>& out);
 
     std::uint32_t next(std::uint32_t sector);
-    // Marks the sectors of a small stream. False when one of them is marked already or is free by the table.
+    // Marks the sectors of a small stream. False when one of them is marked already, is free by the table or behind the end.
     bool claim(std::uint32_t startSector, std::uint64_t bytes, std::vector<bool>& claimed);
 
     // ---- writing; both throw ----
