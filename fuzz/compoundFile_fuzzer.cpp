@@ -1,5 +1,7 @@
 // The compound file engine on arbitrary bytes: opens them in every way, walks the tree, reads streams in order and here and
 // there, and looks every element up again by its name.
+#include "platform/compoundfile/checker.h"
+
 #include <kvdocmgr/comptr.h>
 #include <kvdocmgr/oletypes.h>
 
@@ -97,6 +99,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const DWORD mode : openModes) {
         const ComPtr<ILockBytes> bytes = bytesOf(data, size);
         ComPtr<IStorage> root;
+        (void)kvdm::checkCompoundFile(*bytes.get());
         if (StgIsStorageILockBytes(bytes.get()) != S_OK)
             return 0;
         if (FAILED(StgOpenStorageOnILockBytes(bytes.get(), nullptr, mode, nullptr, 0, root.put())))

@@ -1,4 +1,6 @@
-// A save of a file of arbitrary bytes: it succeeds and holds what was written, or it fails and the file is what it was.
+// A save of a file of arbitrary bytes: it succeeds and holds what was written, or it fails and the file is what it was. In a
+// sound file it succeeds, and the file stays sound.
+#include "platform/compoundfile/checker.h"
 #include "support/StorageTools.h"
 
 #include <cstddef>
@@ -42,6 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size > 1 << 20)
         return 0;
     const auto array = kvdm::test::lockBytesOf(Bytes(data, data + size));
+    const bool sound = kvdm::checkCompoundFile(*array.get()).empty();
     ComPtr<IStorage> root;
     if (FAILED(StgOpenStorageOnILockBytes(array.get(), nullptr, 0x10022, nullptr, 0, root.put())))
         return 0;
@@ -71,6 +74,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool largeWritten = kvdm::test::writeStream(*root, u"fuzzed large", large);
     const HRESULT status = root->Commit(STGC_DEFAULT);
     root.reset();
+    demand(!sound || SUCCEEDED(status), "a sound file was not saved");
+    demand(!sound || kvdm::checkCompoundFile(*array.get()).empty(), "a sound file is not sound after the save");
     demand(SUCCEEDED(StgOpenStorageOnILockBytes(array.get(), nullptr, 0x10040, nullptr, 0, root.put())), "the file does not open after the save");
     if (FAILED(status))
         return 0;
