@@ -1,5 +1,5 @@
 // Collections of raw pointers. They have names in streams, since the framework's own collections had them, but no content
-// there: storing one is not supported, and a stream that holds one fails with cause bad schema.
+// there: storing one is not supported, and one is read only where the stream claims no schema, 65535.
 #pragma once
 
 #include "storage/archive/su_CObject.h"

@@ -131,8 +131,6 @@ const suRuntimeClass* su_CArchive::ReadClass(const suRuntimeClass* requested, st
         found = iReadClassRecord(schema);
         if (!found)
             iFail(suArchiveException::badClass);
-        if (found->schema == suRuntimeClass::notPersistent) // whatever the record says: it could not be stored again
-            iFail(suArchiveException::badSchema);
         if (schema != plainSchema(*found)) {
             if (!(found->schema & suRuntimeClass::versionable))
                 iFail(suArchiveException::badSchema);

@@ -131,10 +131,9 @@ TEST_F(ArchiveObjects, SchemasOfTheFileAreDeliveredWhileTheObjectIsRead)
     EXPECT_NE(fixed.archive.ReadObject(), nullptr);
     Loader other(ArchiveBuilder().object("fixedSchema_c", 4));
     EXPECT_EQ(causeOf([&] { other.archive.ReadObject(); }), suArchiveException::badSchema);
-    for (const unsigned schema : {1u, 0xFFFFu}) {
-        Loader pointers(ArchiveBuilder().object("CPtrList", schema));
-        EXPECT_EQ(causeOf([&] { pointers.archive.ReadObject(); }), suArchiveException::badSchema);
-    }
+    Loader pointers(ArchiveBuilder().object("CPtrList", 0xFFFF).object("CPtrArray", 1));
+    EXPECT_NE(pointers.archive.ReadObject(), nullptr);
+    EXPECT_EQ(causeOf([&] { pointers.archive.ReadObject(); }), suArchiveException::badSchema);
 }
 
 TEST_F(ArchiveObjects, ReadClassTellsClassSchemaAndTag)
