@@ -7,6 +7,7 @@
 #include "properties/suDocumentProperties_c.h"
 #include "storage/suStructuredStorage.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -18,6 +19,22 @@ constexpr std::int32_t kindActive = 1;
 constexpr std::int32_t kindDeleted = 2;
 constexpr int firstVersionWithMassProperties = 2286;
 constexpr int firstVersionWithPartition = 2270;
+
+// from_chars says of a number out of range neither that it is too large nor too small: the place of its first digit tells.
+bool isTooSmall(std::string_view number, bool hexadecimal)
+{
+    constexpr long long farAway = 1000000000000;
+    const std::size_t mark = std::min(number.find_first_of(hexadecimal ? "pP" : "eE"), number.size());
+    const std::string_view digits = number.substr(0, mark);
+    const auto point = static_cast<long long>(std::min(digits.find('.'), digits.size()));
+    const auto first = static_cast<long long>(std::min(digits.find_first_not_of("0."), digits.size()));
+    std::string_view power = number.substr(std::min(mark + 1, number.size()));
+    power.remove_prefix(power.starts_with('+') ? 1 : 0);
+    long long exponent = 0;
+    if (std::from_chars(power.data(), power.data() + power.size(), exponent).ec == std::errc::result_out_of_range)
+        exponent = power.starts_with('-') ? -farAway : farAway;
+    return (point - first) * (hexadecimal ? 4 : 1) + std::clamp(exponent, -farAway, farAway) < 0;
+}
 
 // The number that the text begins with, as the C library reads it; 0 when it begins with none.
 double realOf(std::u16string_view text)
@@ -38,12 +55,8 @@ double realOf(std::u16string_view text)
     double number = 0;
     const auto format = hexadecimal ? std::chars_format::hex : std::chars_format::general;
     const std::from_chars_result result = std::from_chars(begin, end, number, format);
-    if (result.ec == std::errc::result_out_of_range) { // from_chars says neither too large nor too small
-        const std::string_view digits(begin, static_cast<std::size_t>(result.ptr - begin));
-        const std::size_t exponent = digits.find_first_of(hexadecimal ? "pP" : "eE");
-        const bool isSmall = exponent != std::string_view::npos ? digits[exponent + 1] == '-' : digits.starts_with('0') || digits.starts_with('.');
-        number = isSmall ? 0 : std::numeric_limits<double>::infinity();
-    }
+    if (result.ec == std::errc::result_out_of_range)
+        number = isTooSmall({begin, static_cast<std::size_t>(result.ptr - begin)}, hexadecimal) ? 0 : std::numeric_limits<double>::infinity();
     return negative ? -number : number;
 }
 
