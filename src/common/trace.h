@@ -2,6 +2,7 @@
 // host may put a sink here, and only then is the line made.
 #pragma once
 
+#include <concepts>
 #include <string>
 
 namespace kvdm {
@@ -9,10 +10,15 @@ namespace kvdm {
 using TraceSink = void (*)(const std::string& line);
 inline TraceSink traceSink = nullptr;
 
-template <class MakeLine> void trace(MakeLine&& makeLine)
+template <std::invocable MakeLine> void trace(MakeLine&& makeLine)
 {
     if (traceSink)
         traceSink(makeLine());
+}
+inline void trace(const char* line)
+{
+    if (traceSink)
+        traceSink(line);
 }
 
 } // namespace kvdm

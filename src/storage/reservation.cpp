@@ -1,5 +1,7 @@
 // The "~$" file beside a document: up to 56 bytes with the name of the user who works on it.
 #include "common/exceptions.h"
+#include "common/trace.h"
+#include "common/unicode.h"
 #include "platform/files/files.h"
 #include "platform/text/casing.h"
 #include "platform/text/codepages.h"
@@ -25,12 +27,14 @@ std::u16string reservingUser()
 
 std::u16string getReservationName(std::u16string_view storageName)
 {
+    trace([&] { return "suStructuredStorage::getReservationName(), storageName : " + toUtf8(storageName); });
     const PathParts parts = splitPath(storageName);
     return parts.drive + parts.directory + u"~$" + parts.name + parts.extension;
 }
 
 bool reserve(std::u16string_view storageName)
 {
+    trace([&] { return "suStructuredStorage::reserve(), storageName : " + toUtf8(storageName); });
     const std::u16string path = getReservationName(storageName);
     std::uint32_t error = errorNone;
     const std::unique_ptr<OpenFile> file = openFile(path, FileAccess::readWrite, FileCreation::openAlways, error);
@@ -47,11 +51,13 @@ bool reserve(std::u16string_view storageName)
 
 bool reserve(IStorage*)
 {
+    trace("suStructuredStorage::reserve()");
     return true;
 }
 
 bool whoIsUsing(std::u16string_view storageName, std::u16string& user)
 {
+    trace([&] { return "suStructuredStorage::whoIsUsing(), storageName : " + toUtf8(storageName); });
     user.clear();
     std::uint32_t error = errorNone;
     const std::unique_ptr<OpenFile> file = openFile(getReservationName(storageName), FileAccess::read, FileCreation::openExisting, error);
@@ -68,6 +74,7 @@ bool whoIsUsing(std::u16string_view storageName, std::u16string& user)
 
 bool unreserve(std::u16string_view storageName)
 {
+    trace([&] { return "suStructuredStorage::unreserve(), storageName : " + toUtf8(storageName); });
     std::u16string holder;
     if (whoIsUsing(storageName, holder) && !holder.empty() && !equalNoCase(holder, reservingUser()))
         return false;

@@ -21,21 +21,16 @@ bool carriesSystemError(HRESULT status)
     return (value & 0xFFFF0000) == facilitySystem || ((value & 0xFFFF0000) == facilityStorage && (value & 0xFFFF) < 0x100);
 }
 
-[[noreturn]] void throwStatus(HRESULT status)
-{
-    throw suFileException(static_cast<suFileException::Cause>(fileCauseOfStatus(status)), carriesSystemError(status) ? status & 0xFFFF : status);
-}
-
 void require(HRESULT status)
 {
     if (FAILED(status))
-        throwStatus(status);
+        throwFileStatus(status);
 }
 
 IStream& requireOpen(const ComPtr<IStream>& stream)
 {
     if (!stream)
-        throwStatus(STG_E_INVALIDHANDLE);
+        throwFileStatus(STG_E_INVALIDHANDLE);
     return *stream;
 }
 
@@ -75,6 +70,12 @@ int fileCauseOfStatus(HRESULT status) noexcept
     default:
         return suFileException::generic;
     }
+}
+
+void throwFileStatus(HRESULT status, std::u16string fileName)
+{
+    throw suFileException(static_cast<suFileException::Cause>(fileCauseOfStatus(status)), carriesSystemError(status) ? status & 0xFFFF : status,
+                          std::move(fileName));
 }
 
 bool suStreamFile::openStream(IStorage& storage, const std::u16string& name, DWORD mode)
@@ -123,7 +124,7 @@ void suStreamFile::Write(const void* buffer, std::size_t count)
     std::size_t done = 0;
     require(writeFully(requireOpen(stream), buffer, count, done));
     if (done != count)
-        throwStatus(STG_E_MEDIUMFULL);
+        throwFileStatus(STG_E_MEDIUMFULL);
 }
 
 std::uint64_t suStreamFile::Seek(std::int64_t offset, Origin origin)
@@ -132,7 +133,7 @@ std::uint64_t suStreamFile::Seek(std::int64_t offset, Origin origin)
     std::uint64_t reached = 0;
     require(seekStream(requireOpen(stream), offset, origins[static_cast<int>(origin)], &reached));
     if (reached == UINT64_MAX)
-        throwStatus(STG_E_SEEKERROR); // it does not tell
+        throwFileStatus(STG_E_SEEKERROR); // it does not tell
     return reached;
 }
 

@@ -43,5 +43,7 @@ private:
 
 // The cause of a file exception that stands for a status of structured storage.
 int fileCauseOfStatus(HRESULT status) noexcept;
+// Throws that exception, with the number of the system's error where the status carries one.
+[[noreturn]] void throwFileStatus(HRESULT status, std::u16string fileName = {});
 
 } // namespace kvdm

@@ -2,6 +2,7 @@
 
 #include "common/automationText.h"
 #include "common/exceptions.h"
+#include "common/trace.h"
 #include "storage/codecs/suCompressedFile_c.h"
 #include "storage/lockbytes/suFileLockBytes.h"
 
@@ -144,20 +145,20 @@ void suStructuredStorage::iReuseEmbedded(const std::u16string&)
 
 suStructuredStorage::~suStructuredStorage()
 {
+    lockBytes.reset();
     try {
-        lockBytes.reset();
         if (!streamReleased)
             releaseStream();
-        iReleaseWrapper(embeddedDocWrapper, true);
-        iReleaseWrapper(embeddedRefsWrapper, false);
-        releaseChildStorage();
-        if (ownsStorages && document && topStorage && document->getTopStorage() == topStorage.get()) { // lent until here
-            document->setEmbeddedStorage(nullptr);
-            document->setEmbeddedReferencesStorage(nullptr);
-            document->setTopStorage(nullptr);
-        }
     } catch (const std::exception&) {
         // A stream that could not be flushed has told so to the one who released it; here nobody is left to be told.
+    }
+    iReleaseWrapper(embeddedDocWrapper, true);
+    iReleaseWrapper(embeddedRefsWrapper, false);
+    releaseChildStorage();
+    if (ownsStorages && document && topStorage && document->getTopStorage() == topStorage.get()) { // lent until here
+        document->setEmbeddedStorage(nullptr);
+        document->setEmbeddedReferencesStorage(nullptr);
+        document->setTopStorage(nullptr);
     }
 }
 
@@ -173,13 +174,21 @@ void suStructuredStorage::iReleaseWrapper(std::unique_ptr<suStructuredStorage>& 
     wrapper.reset();
 }
 
+bool suStructuredStorage::topStorageIsPresent() const
+{
+    trace("suStructuredStorage::topStorageIsPresent()");
+    return static_cast<bool>(topStorage);
+}
+
 HRESULT suStructuredStorage::writeClassStg(REFCLSID id)
 {
+    trace("suStructuredStorage::writeClassStg()");
     return rootStorage ? WriteClassStg(rootStorage.get(), id) : STG_E_INVALIDPOINTER;
 }
 
 HRESULT suStructuredStorage::readClassStg(CLSID& id)
 {
+    trace("suStructuredStorage::readClassStg()");
     return rootStorage ? ReadClassStg(rootStorage.get(), &id) : STG_E_INVALIDPOINTER;
 }
 

@@ -109,7 +109,7 @@ public:
     IStorage* getRootStorage() const noexcept { return rootStorage.get(); }
     IStorage* getChildStorage() const noexcept { return childStorage.get(); }
     IStorage* getTopStorage() const noexcept { return topStorage.get(); }
-    bool topStorageIsPresent() const noexcept { return static_cast<bool>(topStorage); }
+    bool topStorageIsPresent() const;
     suStorageDocument* getDocument() const noexcept { return document; }
     // The stream under the attached archive, null for a child storage or nothing.
     IStream* getAttachedStream() const noexcept { return archive ? streamFile.getStream() : nullptr; }
@@ -141,9 +141,9 @@ private:
 
     std::u16string nodeName; // as the caller gave it, without suffix
     suStorageDocument* document = nullptr;
+    ComPtr<IStorage> topStorage; // the outer file's storage when the document is embedded: it goes behind the root in it
     ComPtr<IStorage> rootStorage;
     ComPtr<IStorage> childStorage;
-    ComPtr<IStorage> topStorage; // the outer file's storage when the document is embedded
     std::unique_ptr<suStructuredStorage> embeddedRefsWrapper;
     std::unique_ptr<suStructuredStorage> embeddedDocWrapper;
     bool ownsStorages = false;

@@ -53,6 +53,7 @@ bool suStructuredStorage::attachToNode(bool isStoring, const std::u16string& nam
 
 su_CArchive& suStructuredStorage::getArchive()
 {
+    trace("suStructuredStorage::getArchive()");
     if (!archive)
         throw suArchiveException(suArchiveException::generic, storageName);
     return *archive;
@@ -60,6 +61,7 @@ su_CArchive& suStructuredStorage::getArchive()
 
 int suStructuredStorage::isNodeCompressed(const std::u16string& name)
 {
+    trace([&] { return "suStructuredStorage::isNodeCompressed(), id : " + toUtf8(name); });
     releaseStream();
     IStorage* storage = iCurrentStorage();
     if (!storage)
@@ -87,6 +89,7 @@ int suStructuredStorage::isNodeCompressed(const std::u16string& name)
 
 std::u16string suStructuredStorage::iGetStreamName(const std::u16string& name) const
 {
+    trace([&] { return "suStructuredStorage::iGetStreamName(), origname : " + toUtf8(name); });
     if (compressionType < 1)
         return name;
     return name + (compressionType == compressedZlib ? u"__ZLB" : u"__Zip");
@@ -105,6 +108,7 @@ void suStructuredStorage::iBuildArchive(suFile& file, bool isStoring)
 
 bool suStructuredStorage::iAttachToStream(bool isStoring, const std::u16string& name)
 {
+    trace([&] { return "suStructuredStorage::iAttachToStream(), isStoring : " + std::to_string(isStoring) + ", inName : " + toUtf8(name); });
     releaseStream();
     nodeName = name;
     IStorage* storage = iCurrentStorage();
@@ -124,6 +128,10 @@ bool suStructuredStorage::iAttachToStream(bool isStoring, const std::u16string& 
 
 bool suStructuredStorage::attachToCompressedStream(bool isStoring, const std::u16string& name, int whatType)
 {
+    trace([&] {
+        return "suStructuredStorage::attachToCompressedStream(), isStoring : " + std::to_string(isStoring) + ", inName : " + toUtf8(name) +
+               ", whatType : " + std::to_string(whatType);
+    });
     releaseStream();
     compressionType = whatType;
     compressedStoring = isStoring;
@@ -147,6 +155,7 @@ bool suStructuredStorage::attachToCompressedStream(bool isStoring, const std::u1
 
 void suStructuredStorage::commitDeCompression()
 {
+    trace("suStructuredStorage::commitDeCompression()");
     compressedFile.reset();
     archive.reset();
     if (!streamFile.openStream(*iCurrentStorage(), iGetStreamName(nodeName), readStream))
@@ -158,15 +167,14 @@ void suStructuredStorage::commitDeCompression()
 void suStructuredStorage::iThrowStreamFailure()
 {
     compressionType = 0;
-    const auto cause = static_cast<suFileException::Cause>(fileCauseOfStatus(streamFile.lastError()));
-    if (cause == suFileException::fileNotFound)
+    if (fileCauseOfStatus(streamFile.lastError()) == suFileException::fileNotFound)
         throw suArchiveException(suArchiveException::badSchema, storageName);
-    throw suFileException(cause, streamFile.lastError(), storageName);
+    throwFileStatus(streamFile.lastError(), storageName);
 }
 
 bool suStructuredStorage::releaseStream()
 {
-    trace([] { return std::string("suStructuredStorage::releaseStream()"); });
+    trace("suStructuredStorage::releaseStream()");
     if (compressionType != 0)
         return releaseCompressedStream();
     if (!archive)
@@ -193,6 +201,7 @@ bool suStructuredStorage::releaseStream()
 
 bool suStructuredStorage::releaseCompressedStream()
 {
+    trace("suStructuredStorage::releaseCompressedStream()");
     if (!compressedStoring) {
         compressionType = 0;
         const bool attached = archive != nullptr;
@@ -224,6 +233,7 @@ bool suStructuredStorage::releaseCompressedStream()
 // Ends the pipe and closes the stream under it; false when the last bytes could not be written.
 bool suStructuredStorage::commitCompression()
 {
+    trace("suStructuredStorage::commitCompression()");
     bool done = true;
     const std::unique_ptr<suCompressedFile_c> pipe = std::move(compressedFile);
     compressedStoring = false;
@@ -241,6 +251,7 @@ bool suStructuredStorage::commitCompression()
 
 bool suStructuredStorage::iAttachToStorage(bool isStoring, const std::u16string& name)
 {
+    trace([&] { return "suStructuredStorage::iAttachToStorage(), isStoring : " + std::to_string(isStoring) + ", inName : " + toUtf8(name); });
     releaseChildStorage();
     if (!rootStorage)
         return false;
@@ -257,6 +268,7 @@ bool suStructuredStorage::iAttachToStorage(bool isStoring, const std::u16string&
 
 void suStructuredStorage::releaseChildStorage()
 {
+    trace("suStructuredStorage::releaseChildStorage()");
     if (!childStorage)
         return;
     const ComPtr<IStorage> released = std::move(childStorage);
@@ -265,6 +277,7 @@ void suStructuredStorage::releaseChildStorage()
 
 bool suStructuredStorage::takeCareIfAlreadyThereUnComp(IStorage& storage, const std::u16string& name)
 {
+    trace([&] { return "suStructuredStorage::takeCareIfAlreadyThereUnComp(), id : " + toUtf8(name); });
     try {
         releaseStream();
         if (name.size() + suffixLength > longestNodeName)
@@ -281,6 +294,7 @@ bool suStructuredStorage::takeCareIfAlreadyThereUnComp(IStorage& storage, const 
 // Only the old form is looked for: a "__ZLB" twin stays, and a reader finds it ahead of the new plain stream. This is meant.
 bool suStructuredStorage::takeCareIfAlreadyThereComp(IStorage& storage, const std::u16string& name)
 {
+    trace([&] { return "suStructuredStorage::takeCareIfAlreadyThereComp(), id : " + toUtf8(name); });
     try {
         releaseStream();
         const std::u16string old = name + u"__Zip";

@@ -2,6 +2,8 @@
 #include "storage/suStructuredStorage.h"
 
 #include "common/exceptions.h"
+#include "common/trace.h"
+#include "common/unicode.h"
 #include "storage/codecs/suCompressedFile_c.h"
 #include "storage/lockbytes/suFileLockBytes.h"
 
@@ -70,6 +72,7 @@ void suStructuredStorage::iEncryptStream(std::u16string_view key)
 
 bool suStructuredStorage::encryptAndReleaseStream(std::u16string_view key)
 {
+    trace("suStructuredStorage::encryptAndReleaseStream()");
     if (compressionType != 0 || onMemoryFile)
         return releaseStream(); // what is not a plain stream has nothing to encipher
     if (!archive)
@@ -114,6 +117,7 @@ bool suStructuredStorage::iDecryptStream(IStream& stream, std::u16string_view ke
 
 bool suStructuredStorage::decryptAndAttachStream(const std::u16string& name, std::u16string_view key)
 {
+    trace([&] { return "suStructuredStorage::decryptAndAttachStream(), inName : " + toUtf8(name); });
     releaseStream();
     nodeName = name;
     suStreamFile source;

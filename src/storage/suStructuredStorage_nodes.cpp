@@ -29,6 +29,7 @@ bool suStructuredStorage::renameNode(const std::u16string& name, const std::u16s
 
 bool suStructuredStorage::iDestroyNode(const std::u16string& storedName)
 {
+    trace([&] { return "suStructuredStorage::iDestroyNode(), inName : " + toUtf8(storedName); });
     IStorage* storage = iCurrentStorage();
     return storage && storage->DestroyElement(toOle(storedName)) == S_OK;
 }
@@ -83,7 +84,7 @@ bool suStructuredStorage::destroyAllStreams(const std::u16string& prefix)
 
 bool suStructuredStorage::syncStreams(std::span<const std::u16string> keep)
 {
-    trace([] { return std::string("suStructuredStorage::syncStreams()"); });
+    trace("suStructuredStorage::syncStreams()");
     std::vector<std::u16string> kept;
     for (const std::u16string& prefix : keep)
         kept.push_back(lowerText(prefix));
@@ -95,6 +96,7 @@ bool suStructuredStorage::syncStreams(std::span<const std::u16string> keep)
 
 bool suStructuredStorage::mem2stream(suFile& source, suFile& destination)
 {
+    trace("suStructuredStorage::mem2stream()");
     try {
         source.Seek(0, suFile::Origin::begin);
         destination.Seek(0, suFile::Origin::begin);
@@ -108,6 +110,7 @@ bool suStructuredStorage::mem2stream(suFile& source, suFile& destination)
 
 bool suStructuredStorage::stream2mem(suFile& source, suFile& destination)
 {
+    trace("suStructuredStorage::stream2mem()");
     for (const int version : {0, 2995}) {
         try {
             source.Seek(0, suFile::Origin::begin);
@@ -123,6 +126,7 @@ bool suStructuredStorage::stream2mem(suFile& source, suFile& destination)
 
 void suStructuredStorage::showDetailsOfCompression()
 {
+    trace("suStructuredStorage::showDetailsOfCompression()");
     releaseStream();
     showMessage(u"The Compression details for " + nodeName + u"\nRatio : 100 : " + fromUtf8(std::to_string(compressionRatio)) + u"\nTime  : " +
                 fromUtf8(std::to_string(compressionSeconds)) + u"secs");

@@ -3,6 +3,7 @@
 
 #include "common/decimalNumber.h"
 #include "common/trace.h"
+#include "common/unicode.h"
 #include "platform/text/casing.h"
 #include "storage/elements.h"
 #include "storage/versionCache.h"
@@ -70,7 +71,7 @@ int loadCachedVersion(IStorage& storage, const std::u16string& storageName)
 
 int suStructuredStorage::loadVersion()
 {
-    trace([] { return std::string("suStructuredStorage::loadVersion()"); });
+    trace("suStructuredStorage::loadVersion()");
     if (!rootStorage)
         return 0;
     return knownVersion != 0 ? knownVersion : loadCachedVersion(*rootStorage, storageName);
@@ -78,6 +79,7 @@ int suStructuredStorage::loadVersion()
 
 int suStructuredStorage::loadVersion(IStorage& storage)
 {
+    trace("suStructuredStorage::loadVersion()");
     bool created = false;
     if (!getStorageInfoCache(false, created))
         return loadMarker(storage, versionPrefix); // no cache, so the name is not needed
@@ -92,7 +94,7 @@ int suStructuredStorage::loadVersion(IStorage& storage)
 
 int suStructuredStorage::loadDLVersion()
 {
-    trace([] { return std::string("suStructuredStorage::loadDLVersion()"); });
+    trace("suStructuredStorage::loadDLVersion()");
     return rootStorage ? loadMarker(*rootStorage, displayListPrefix) : 0;
 }
 
@@ -111,6 +113,7 @@ bool suStructuredStorage::writeDLVersion(int version)
 
 bool suStructuredStorage::iWriteVersionNode(std::u16string_view prefix, int version)
 {
+    trace([&] { return "suStructuredStorage::iWriteVersionNode(), nodeNameIn : " + toUtf8(prefix) + ", versionNumIn : " + std::to_string(version); });
     if (!rootStorage)
         return true;
     const std::u16string target = std::u16string(prefix) + decimal(version);

@@ -3,6 +3,7 @@
 #include "storage/suStructuredStorage.h"
 
 #include "common/exceptions.h"
+#include "common/trace.h"
 #include "platform/ui/messageHook.h"
 #include "storage/codecs/deferredCompression.h"
 #include "support/DocumentBuilder.h"
@@ -290,7 +291,13 @@ TEST_F(Gateway, TellsFailuresAsTheirCauses)
         plan.failAt = plan.calls + 3;
         storage->attachToNode(false, u"x", true, 0);
     };
-    EXPECT_THROW(attach(STG_E_ACCESSDENIED), suFileException);
+    try {
+        attach(STG_E_ACCESSDENIED);
+        ADD_FAILURE() << "the node cannot be opened";
+    } catch (const suFileException& failure) {
+        EXPECT_EQ(failure.cause, suFileException::accessDenied);
+        EXPECT_EQ(failure.osError, 5) << "the system's number";
+    }
     try {
         attach(STG_E_FILENOTFOUND);
         ADD_FAILURE() << "the node is gone";
@@ -401,6 +408,34 @@ TEST_F(Gateway, ShowsTheDetailsOfCompression)
     storage->showDetailsOfCompression();
     setMessageHook(before);
     EXPECT_EQ(toUtf8(shown), "The Compression details for Node\nRatio : 100 : 0\nTime  : 0secs");
+}
+
+TEST_F(Gateway, PassesATraceLineOnEntry)
+{
+    static std::vector<std::string> lines;
+    builder.root().storage(u"Child");
+    open();
+    traceSink = [](const std::string& line) { lines.push_back(line); };
+    storage->attachToNode(false, u"Child", false, 3);
+    write(u"x", "text", 0);
+    storage->releaseChildStorage();
+    traceSink = nullptr;
+    write(u"x", "text", 0);
+    const std::string begin = "suStructuredStorage::";
+    std::vector<std::string> expected{"attachToNode(), isStoring : 0, inName : Child, isStream : 0, wantCompress : 3",
+                                      "iAttachToStorage(), isStoring : 0, inName : Child",
+                                      "releaseChildStorage()",
+                                      "attachToNode(), isStoring : 1, inName : x, isStream : 1, wantCompress : 0",
+                                      "takeCareIfAlreadyThereComp(), id : x",
+                                      "releaseStream()",
+                                      "iAttachToStream(), isStoring : 1, inName : x",
+                                      "releaseStream()",
+                                      "getArchive()",
+                                      "releaseStream()",
+                                      "releaseChildStorage()"};
+    for (std::string& line : expected)
+        line = begin + line;
+    EXPECT_EQ(lines, expected);
 }
 
 class NamedGateway : public ::testing::Test
