@@ -41,7 +41,7 @@ def main():
         if run(prefix / "bin/kvdm", "props", "list", part, env=environment).splitlines()[1] != "Item\tnumber\t-1234567":
             sys.exit("the installed kvdm lists other properties")
 
-        run("cmake", "-S", example, "-B", work / "by-cmake", "-DCMAKE_PREFIX_PATH=" + str(prefix), "-DCMAKE_CXX_COMPILER=" + compiler, env=environment)
+        run("cmake", "-G", "Ninja", "-S", example, "-B", work / "by-cmake", "-DCMAKE_PREFIX_PATH=" + str(prefix), "-DCMAKE_CXX_COMPILER=" + compiler, env=environment)
         run("cmake", "--build", work / "by-cmake", env=environment)
         checkOutput("CMake", run(work / "by-cmake/listProperties", part, env=environment))
 
