@@ -22,6 +22,7 @@ void AllocationTable::start(const CompoundHeader& header)
     const auto end = std::find(header.fat.begin(), header.fat.end(), freeSector);
     places.assign(header.fat.begin(), end);
     nextDifat = end == header.fat.end() ? header.difatStart : endOfChain;
+    difatTold = header.difatSectors;
 }
 
 void AllocationTable::adopt(const CompoundHeader& header, std::vector<std::uint32_t> newPlaces, std::vector<std::uint32_t> newDifat) noexcept
@@ -45,17 +46,21 @@ std::uint32_t AllocationTable::sectorCount() const noexcept
 // An index that runs in a circle ends where it meets itself, so it is never larger than the file.
 bool AllocationTable::iReadDifat()
 {
-    if (nextDifat >= sectorCount() || !difatSeen.insert(nextDifat).second)
+    if (nextDifat >= sectorCount() || difatSeen.contains(nextDifat))
         return false;
-    // The index of a large file is many sectors that each lead to the next, mostly its neighbour: the longer that goes on, the
-    // more are read at once.
+    difatSeen.add(nextDifat, 1);
+    // The index of a large file is many sectors that each lead to the next, mostly its neighbour: where that is so, many are read
+    // at once.
     if (ahead.empty() || nextDifat < aheadFrom || nextDifat - aheadFrom >= ahead.size() / bytesPerSector) {
         const bool goesOn = !difat.empty() && nextDifat == difat.back() + 1;
-        const std::size_t bytes = goesOn ? std::min<std::size_t>(std::max<std::size_t>(2 * ahead.size(), 4096), mostAhead) : bytesPerSector;
-        std::vector<std::uint8_t> read(bytes);
-        read.resize(file.readFresh(offsetOf(nextDifat), read.data(), bytes) / bytesPerSector * bytesPerSector);
+        const std::size_t left = difatTold > difat.size() ? difatTold - difat.size() : 1;
+        std::vector<std::uint8_t> read = std::move(ahead);
+        ahead.clear(); // whatever happens
+        read.resize(goesOn ? std::min(left * bytesPerSector, mostAhead) : bytesPerSector);
+        read.resize(file.readFresh(offsetOf(nextDifat), read.data(), read.size()) / bytesPerSector * bytesPerSector);
         ahead = std::move(read);
         aheadFrom = nextDifat;
+        places.reserve(places.size() + ahead.size() / 4);
         if (ahead.empty())
             return false;
     }
@@ -63,13 +68,16 @@ bool AllocationTable::iReadDifat()
     difat.push_back(nextDifat);
     const std::uint32_t slots = linksPerSector() - 1;
     nextDifat = readLe32(sector + 4 * slots);
+    const std::size_t before = places.size();
+    places.resize(before + slots);
     for (std::uint32_t i = 0; i < slots; ++i) {
         const std::uint32_t place = readLe32(sector + 4 * i);
         if (place == freeSector) {
             nextDifat = endOfChain;
+            places.resize(before + i);
             break;
         }
-        places.push_back(place);
+        places[before + i] = place;
     }
     return true;
 }

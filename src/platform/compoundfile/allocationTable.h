@@ -3,8 +3,8 @@
 
 #include "platform/compoundfile/blockFile.h"
 #include "platform/compoundfile/format.h"
+#include "platform/compoundfile/sectorSet.h"
 
-#include <unordered_set>
 #include <vector>
 
 namespace kvdm {
@@ -45,10 +45,11 @@ private:
     std::uint32_t bytesPerSector = 512;
     std::vector<std::uint32_t> places; // of table sectors, as far as they are known
     std::vector<std::uint32_t> difat;  // sectors of the index that were read
-    std::unordered_set<std::uint32_t> difatSeen;
+    SectorSet difatSeen;
     std::vector<std::uint8_t> ahead; // sectors of the index that were read, from this one on
     std::uint32_t aheadFrom = 0;
     std::uint32_t nextDifat = endOfChain;
+    std::uint32_t difatTold = 0; // how many there are if the header is right
 };
 
 } // namespace kvdm

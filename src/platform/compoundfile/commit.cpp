@@ -61,15 +61,9 @@ void CompoundFile::iPlaceAll()
 
 // In a damaged file one sector may belong to two chains. What this commit touches is looked at: it must not set free or link
 // anew what is in use elsewhere. Better no save than one that loses what was there.
-void CompoundFile::iCheckDisjoint()
+void CompoundFile::iCheckDisjoint(const TableUpdate& update)
 {
     std::vector<SectorRun> all;
-    const auto addTable = [&](const std::vector<std::uint32_t>& places) {
-        for (const std::uint32_t place : places) {
-            if (place < table.sectorCount())
-                all.push_back({place, 1});
-        }
-    };
     const auto addChain = [&](SectorChain& chain) {
         try {
             chain.at(mostChecked);
@@ -79,8 +73,6 @@ void CompoundFile::iCheckDisjoint()
         for (const SectorChain::Run& run : chain.knownRuns())
             all.push_back({run.sector, run.count});
     };
-    addTable(table.allPlaces());
-    addTable(table.difatPlaces());
     addChain(directory.table().sectors());
     addChain(mini.allocation().sectors());
     addChain(mini.stream().sectors());
@@ -90,11 +82,8 @@ void CompoundFile::iCheckDisjoint()
     }
     for (const auto& [first, end] : retired.all())
         all.push_back({first, end - first});
-    std::sort(all.begin(), all.end(), [](const SectorRun& a, const SectorRun& b) { return a.sector < b.sector; });
-    for (std::size_t i = 1; i < all.size(); ++i) {
-        if (all[i - 1].sector + all[i - 1].count > all[i].sector)
-            throw suOleException(STG_E_DOCFILECORRUPT);
-    }
+    if (!update.isDisjointFrom(std::move(all)))
+        throw suOleException(STG_E_DOCFILECORRUPT);
 }
 
 // Neighbouring sectors go out in one write.
@@ -169,7 +158,6 @@ void CompoundFile::commit(DWORD flags)
         throw suOleException(STG_E_DOCFILECORRUPT);
 
     iPlaceAll();
-    iCheckDisjoint();
     CompoundHeader next = header;
     ++next.transactionSignature;
     next.directoryStart = directory.table().sectors().start();
@@ -190,6 +178,7 @@ void CompoundFile::commit(DWORD flags)
     for (const auto& [first, end] : retired.all())
         update.free({first, end - first});
     update.finish(next);
+    iCheckDisjoint(update);
 
     std::vector<PagedChain::Piece> pieces;
     directory.table().changedPages(pieces);

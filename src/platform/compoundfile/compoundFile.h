@@ -70,7 +70,7 @@ private:
     void iPlaceContent(ElementId stream, StreamContent& content);
     void iRelieveMemory();
     void iPlaceAll();
-    void iCheckDisjoint();
+    void iCheckDisjoint(const TableUpdate& update);
     void iWriteSectors(std::vector<PagedChain::Piece>& pieces);
     HRESULT iPutHeader(const HeaderBytes& next, DWORD flags);
     void iAdopt(const CompoundHeader& next, const HeaderBytes& nextBytes, TableUpdate& update, bool isSafe) noexcept;

@@ -76,6 +76,7 @@ void PagedChain::removeLast()
 void PagedChain::iMoveDown(SectorAllocator& allocator)
 {
     unsigned left = 8;
+    const std::uint32_t from = allocator.moveDownFrom();
     for (std::uint32_t i = 0; i < std::max<std::size_t>(pages.size(), left) && left != 0; ++i) {
         if (total && i >= *total)
             return;
@@ -85,7 +86,7 @@ void PagedChain::iMoveDown(SectorAllocator& allocator)
             const SectorChain::Run there = chain.at(i);
             if (there.count == 0)
                 return;
-            if (allocator.shouldMoveDown(there.sector) && edit(i))
+            if (there.sector >= from && edit(i))
                 --left;
         } catch (const suOleException&) {
             return; // a damaged table stays where it is

@@ -12,6 +12,10 @@ constexpr std::uint64_t creditAtStart = 6;    // table sectors that any save may
 constexpr std::uint32_t sectorsPerCredit = 8; // one more for so many sectors written
 
 constexpr std::uint32_t tableSectorsAtEnd = 8; // that a save always looks at when it needs room
+constexpr std::size_t mostLikely = 24;         // and of those that do not lie in a row
+constexpr std::size_t shortRow = 8;
+constexpr std::uint64_t littleRoom = 1 << 16; // bytes
+constexpr std::uint32_t muchRoom = 1 << 19;   // bytes
 
 } // namespace
 
@@ -38,11 +42,29 @@ void SectorAllocator::iStart()
     searched.assign(table.tableSectors(), false);
     nextSearch = searched.empty() ? 0 : static_cast<std::uint32_t>(std::uint64_t{seed} * 2654435761u % searched.size());
     searchCredit = creditAtStart;
+    iFindLikely();
     started = true;
     iLookForReaders();
     // What lies behind the table's reach is the rest of a save that did not come to its end.
     if (baseIsFree)
         endSector = static_cast<std::uint32_t>(std::min<std::uint64_t>(inFile, std::uint64_t{table.tableSectors()} * table.linksPerSector()));
+}
+
+// Rows of table sectors with one distance from each to the next. Other writers make long rows; a table sector that a save of
+// ours has written stands beside them.
+void SectorAllocator::iFindLikely()
+{
+    likely.clear();
+    const std::vector<std::uint32_t>& places = table.allPlaces();
+    for (std::size_t first = 0, end = 0; first < places.size() && likely.size() < mostLikely; first = end) {
+        end = std::min(first + 2, places.size());
+        const std::uint32_t step = places[end - 1] - places[first];
+        while (end < places.size() && places[end] - places[end - 1] == step)
+            ++end;
+        for (std::size_t i = first; end - first <= shortRow && i < end; ++i)
+            likely.push_back(static_cast<std::uint32_t>(i));
+    }
+    std::reverse(likely.begin(), likely.end());
 }
 
 void SectorAllocator::iLookForReaders()
@@ -71,13 +93,20 @@ void SectorAllocator::iSearch(std::uint32_t tableSector)
     }
 }
 
-// One more table sector: first the last few, where the file grows and former saves have left their room, then others while
-// there is credit for them.
+// One more table sector: first the likely ones and the last few, then others while there is credit for them.
 bool SectorAllocator::iSearchMore()
 {
     if (!baseIsFree || searched.empty())
         return false;
     const auto tables = static_cast<std::uint32_t>(searched.size());
+    while (!likely.empty()) {
+        const std::uint32_t choice = likely.back();
+        likely.pop_back();
+        if (choice < tables && !searched[choice]) {
+            iSearch(choice);
+            return true;
+        }
+    }
     for (std::uint32_t choice = tables; choice-- > 0 && tables - choice <= tableSectorsAtEnd;) {
         if (!searched[choice]) {
             iSearch(choice);
@@ -98,6 +127,14 @@ bool SectorAllocator::iSearchMore()
     return true;
 }
 
+SectorRun SectorAllocator::iTakeReusable(SectorRun run, std::uint32_t count)
+{
+    const SectorRun taken{run.sector, std::min(run.count, count)};
+    reusable.remove(taken.sector, taken.count); // this first: what is in neither set is only lost
+    fresh.add(taken.sector, taken.count);
+    return taken;
+}
+
 SectorRun SectorAllocator::take(std::uint32_t count)
 {
     iStart();
@@ -105,32 +142,42 @@ SectorRun SectorAllocator::take(std::uint32_t count)
     searchCredit += count / sectorsPerCredit;
     const std::uint32_t least = count >= longRun ? longRun : 1;
     do {
-        if (const auto run = reusable.lowest(least)) {
-            const SectorRun taken{run->sector, std::min(run->count, count)};
-            reusable.remove(taken.sector, taken.count); // this first: what is in neither set is only lost
-            fresh.add(taken.sector, taken.count);
-            return taken;
-        }
+        if (const auto run = reusable.lowest(least))
+            return iTakeReusable(*run, count);
     } while (iSearchMore());
     return iGrow(count);
 }
 
-std::uint32_t SectorAllocator::takeNear(const std::set<std::uint32_t>& tableSectors)
+// The lowest room that a table sector tells of, which is looked at for this.
+std::optional<SectorRun> SectorAllocator::iRoomIn(std::uint32_t tableSector)
+{
+    if (baseIsFree && tableSector < searched.size() && !searched[tableSector])
+        iSearch(tableSector);
+    const std::uint32_t perSector = table.linksPerSector();
+    return reusable.lowestBetween(tableSector * perSector, (tableSector + 1) * perSector);
+}
+
+SectorRun SectorAllocator::takeNear(const std::set<std::uint32_t>& tableSectors, std::uint32_t border, bool behind, std::uint32_t count)
 {
     iStart();
     iLookForReaders();
-    const std::uint32_t perSector = table.linksPerSector();
     int looks = 16;
-    for (const std::uint32_t tableSector : tableSectors) {
-        if (looks-- == 0)
-            break;
-        if (const auto sector = reusable.lowestBetween(tableSector * perSector, (tableSector + 1) * perSector)) {
-            reusable.remove(*sector, 1);
-            fresh.add(*sector, 1);
-            return *sector;
+    if (!behind) {
+        for (auto each = tableSectors.begin(); each != tableSectors.end() && *each <= border && looks-- != 0; ++each) {
+            if (const auto run = iRoomIn(*each))
+                return iTakeReusable(*run, count);
         }
+        return take(std::min(count, longRun - 1));
     }
-    return iGrow(1).sector;
+    for (auto each = tableSectors.rbegin(); each != tableSectors.rend() && *each > border && looks-- != 0; ++each) {
+        if (const auto run = iRoomIn(*each))
+            return iTakeReusable(*run, count);
+    }
+    do {
+        if (const auto run = reusable.lowestBetween((border + 1) * table.linksPerSector(), endSector))
+            return iTakeReusable(*run, count);
+    } while (iSearchMore());
+    return iGrow(count);
 }
 
 void SectorAllocator::expect(std::uint64_t sectors)
@@ -139,11 +186,16 @@ void SectorAllocator::expect(std::uint64_t sectors)
         throw suOleException(STG_E_DOCFILETOOLARGE);
 }
 
-bool SectorAllocator::shouldMoveDown(std::uint32_t sector)
+std::uint32_t SectorAllocator::moveDownFrom()
 {
     iStart();
-    const auto room = reusable.lowest(1);
-    return room && room->sector < endSector / 2 && sector >= endSector - endSector / 4;
+    std::uint32_t left = std::min(endSector / 8, muchRoom / table.sectorBytes());
+    for (auto run = reusable.all().begin(); run != reusable.all().end() && run->first < endSector / 2; ++run) {
+        if (run->second - run->first >= left)
+            return endSector - endSector / 4;
+        left -= run->second - run->first;
+    }
+    return ~std::uint32_t{0};
 }
 
 SectorRun SectorAllocator::iGrow(std::uint32_t count)
@@ -223,13 +275,14 @@ void SectorAllocator::trim()
     iLookForReaders();
     if (!baseIsFree || held || onlyGrows || !waiting.empty())
         return;
-    std::uint32_t end = endSector;
-    for (auto last = reusable.last(); last && last->sector + last->count == end; last = reusable.last()) {
-        end = last->sector;
-        reusable.remove(last->sector, last->count);
-    }
+    const auto last = reusable.last();
+    std::uint32_t end = last && last->sector + last->count == endSector ? last->sector : endSector;
     if (end == table.lockSector() + 1)
         --end;
+    // A large file would change its length to and fro with every save.
+    if (file.size() - table.offsetOf(end) < std::min<std::uint64_t>(file.size() / 64, littleRoom))
+        return;
+    reusable.remove(end, endSector - end);
     endSector = end;
     const std::uint64_t bytes = table.offsetOf(end);
     if (file.size() > bytes)

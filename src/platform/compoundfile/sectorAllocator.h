@@ -21,8 +21,11 @@ namespace kvdm {
 // the registered readers finds nobody, every reader to come starts at the current state or a later one, and all that is free
 // in the current state becomes reusable. While somebody is there, sectors that a commit sets free wait and the file grows.
 //
-// The table is not searched as a whole: a save looks at its last sector and at as many others as it writes data, from a place
-// that differs from commit to commit, so that in the long run all free room is found and each save costs what it changes.
+// The table is not searched as a whole. A save looks where former saves have left room: at table sectors that do not lie in one
+// row with their neighbours, since whoever sets something free writes that table sector anew; at the last ones, where the file
+// grows; at those that it changes anyway; and at as many others as it writes data, from a place that differs from commit to
+// commit. So in the long run all free room is found, and each save costs what it changes. Low room is taken first: the less
+// far the changed table sectors reach, the less of the index is written.
 class SectorAllocator
 {
 public:
@@ -37,13 +40,14 @@ public:
 
     // One run of up to so many sectors. Throws STG_E_DOCFILETOOLARGE when the format has no more numbers.
     SectorRun take(std::uint32_t count);
-    // One sector for the tables, at best in a part of the file whose table sector changes anyway.
-    std::uint32_t takeNear(const std::set<std::uint32_t>& tableSectors);
+    // The same for the tables: at best in a part of the file whose table sector changes anyway, the lowest of those up to the
+    // table sector `border`, or the highest of those behind it, so that the room before it is left to what changes often.
+    SectorRun takeNear(const std::set<std::uint32_t>& tableSectors, std::uint32_t border, bool behind, std::uint32_t count);
     // Throws STG_E_DOCFILETOOLARGE when a file of this version can never have so many sectors.
     void expect(std::uint64_t sectors);
-    // True for a sector near the end of the file while there is much room lower down: what lies there, if it is cheap to move,
-    // keeps the file from becoming shorter.
-    bool shouldMoveDown(std::uint32_t sector);
+    // While there is much room lower down: what lies from this sector on, if it is cheap to move, keeps the file from becoming
+    // shorter.
+    std::uint32_t moveDownFrom();
     // Fresh sectors that are not needed after all. Those of a transaction that was reverted meanwhile are passed over.
     void giveBack(SectorRun fresh, unsigned ofEpoch);
     unsigned epoch() const noexcept { return currentEpoch; }
@@ -67,6 +71,9 @@ private:
     void iLookForReaders();
     bool iSearchMore();
     void iSearch(std::uint32_t tableSector);
+    void iFindLikely();
+    SectorRun iTakeReusable(SectorRun run, std::uint32_t count);
+    std::optional<SectorRun> iRoomIn(std::uint32_t tableSector);
     SectorRun iGrow(std::uint32_t count);
 
     BlockFile& file;
@@ -85,7 +92,8 @@ private:
     bool held = false;
     bool distrusted = false;
     unsigned currentEpoch = 0;
-    std::vector<bool> searched; // table sectors
+    std::vector<bool> searched;        // table sectors
+    std::vector<std::uint32_t> likely; // table sectors that probably tell of free room, the highest first
     std::uint32_t nextSearch = 0;
     std::uint64_t searchCredit = 0;
 };

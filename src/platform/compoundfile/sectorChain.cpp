@@ -1,7 +1,6 @@
 #include "platform/compoundfile/sectorChain.h"
 
 #include "common/exceptions.h"
-#include "platform/compoundfile/sectorSet.h"
 
 #include <algorithm>
 

@@ -2,20 +2,12 @@
 #pragma once
 
 #include "platform/compoundfile/allocationTable.h"
+#include "platform/compoundfile/sectorSet.h"
 
 #include <cstdint>
 #include <vector>
 
 namespace kvdm {
-
-class SectorSet;
-
-// A piece of a file: neighbouring sectors.
-struct SectorRun
-{
-    std::uint32_t sector = 0;
-    std::uint32_t count = 0;
-};
 
 class SectorChain
 {

@@ -93,14 +93,15 @@ std::optional<SectorRun> SectorSet::lowest(std::uint32_t least) const noexcept
     return std::nullopt;
 }
 
-std::optional<std::uint32_t> SectorSet::lowestBetween(std::uint32_t first, std::uint32_t end) const noexcept
+std::optional<SectorRun> SectorSet::lowestBetween(std::uint32_t first, std::uint32_t end) const noexcept
 {
-    if (contains(first))
-        return first;
-    const auto next = runs.upper_bound(first);
-    if (next != runs.end() && next->first < end)
-        return next->first;
-    return std::nullopt;
+    auto run = runs.upper_bound(first);
+    if (run != runs.begin() && std::prev(run)->second > first)
+        --run;
+    if (run == runs.end() || run->first >= end)
+        return std::nullopt;
+    const std::uint32_t from = std::max(first, run->first);
+    return SectorRun{from, std::min(end, run->second) - from};
 }
 
 std::optional<SectorRun> SectorSet::last() const noexcept

@@ -1,12 +1,18 @@
 // A set of sectors, kept as runs of neighbours.
 #pragma once
 
-#include "platform/compoundfile/sectorChain.h"
-
+#include <cstdint>
 #include <map>
 #include <optional>
 
 namespace kvdm {
+
+// A piece of a file: neighbouring sectors.
+struct SectorRun
+{
+    std::uint32_t sector = 0;
+    std::uint32_t count = 0;
+};
 
 class SectorSet
 {
@@ -23,7 +29,7 @@ public:
 
     // The lowest run of so many sectors at least; only the first few hundred runs are looked at.
     std::optional<SectorRun> lowest(std::uint32_t least) const noexcept;
-    std::optional<std::uint32_t> lowestBetween(std::uint32_t first, std::uint32_t end) const noexcept;
+    std::optional<SectorRun> lowestBetween(std::uint32_t first, std::uint32_t end) const noexcept;
     std::optional<SectorRun> last() const noexcept;
 
     // first, end

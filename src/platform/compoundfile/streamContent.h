@@ -54,7 +54,7 @@ public:
     void resize(std::uint64_t bytes);
     // Everything gathered goes to its sectors.
     void flush();
-    // Moves up to so many of the sectors that are known and keep the file long (SectorAllocator::shouldMoveDown).
+    // Moves up to so many of the sectors that are known and keep the file long (SectorAllocator::moveDownFrom).
     void moveDown(unsigned most);
     bool isChanged() const noexcept { return changed; }
     bool isSmall() const noexcept { return !inSectors; }

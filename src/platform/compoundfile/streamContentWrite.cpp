@@ -70,10 +70,11 @@ void StreamContent::moveDown(unsigned most)
 {
     const std::uint32_t sectorBytes = home.table.sectorBytes();
     std::vector<std::uint8_t> bytes(sectorBytes);
+    const std::uint32_t from = home.allocator.moveDownFrom();
     for (std::size_t i = 0; i < chain.knownRuns().size() && most != 0; ++i) {
         const SectorChain::Run run = chain.knownRuns()[i];
         const std::uint32_t last = run.index + run.count - 1; // runs are moved from their end, sector by sector
-        if (run.fresh || !home.allocator.shouldMoveDown(run.sector + run.count - 1))
+        if (run.fresh || run.sector + run.count - 1 < from)
             continue;
         const std::uint64_t position = std::uint64_t{last} * sectorBytes;
         if (position >= byteCount)

@@ -3,13 +3,16 @@
 #include "common/exceptions.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstring>
+#include <utility>
 
 namespace kvdm {
 namespace {
 
 constexpr std::uint32_t nowhere = freeSector;
 constexpr std::size_t mostBytesMoved = 16384;
+constexpr std::size_t sparePages = 8; // that may stay when it costs much to drop them
 
 } // namespace
 
@@ -20,9 +23,9 @@ TableUpdate::TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAll
 
 TableUpdate::~TableUpdate()
 {
-    for (const std::uint32_t sector : taken) {
+    for (const SectorRun& run : taken) {
         try {
-            allocator.giveBack({sector, 1}, epoch);
+            allocator.giveBack(run, epoch);
         } catch (...) {
             // It stays out of use until the file is opened anew.
         }
@@ -94,21 +97,33 @@ void TableUpdate::iFreeTable(std::uint32_t sector)
 {
     if (sector >= table.sectorCount())
         return; // a damaged file told of a place that it does not have
+    replaced.push_back({sector, 1});
     iSet(sector, freeSector);
     freed.add(sector, 1);
 }
 
-std::uint32_t TableUpdate::iTake(std::uint32_t mark, bool low)
+// Places for a table sector, or for the index sector that begins to tell with it. Those that change with the
+// new data will do so with the next save as well, and stay close to it. The others go elsewhere: they leave that room to it, and
+// when they change, table sectors far behind do so anyway.
+SectorRun TableUpdate::iTake(std::uint32_t mark, std::uint32_t ofPage, std::uint32_t count)
 {
-    taken.reserve(taken.size() + 1);
-    const std::uint32_t sector = low ? allocator.take(1).sector : allocator.takeNear(editedNumbers);
-    taken.push_back(sector);
-    iSet(sector, mark);
-    published.add(sector, 1);
-    return sector;
+    taken.emplace_back();
+    const bool moves = mark == fatSectorMark && moving.contains(ofPage);
+    const SectorRun run = moves ? allocator.take(1) : allocator.takeNear(editedNumbers, border, ofPage > border, count);
+    taken.back() = run;
+    for (std::uint32_t i = 0; i < run.count; ++i)
+        iSet(run.sector + i, mark);
+    published.add(run.sector, run.count);
+    return run;
 }
 
-// Table sectors for all sectors of the file, and none behind them.
+// So many index sectors tell of the table sectors up to this one.
+std::uint32_t TableUpdate::iIndexUpTo(std::uint32_t tableSector) const noexcept
+{
+    return tableSector < headerFatSlots ? 0 : (tableSector - headerFatSlots) / (perSector - 1) + 1;
+}
+
+// Table sectors for all sectors of the file, and hardly any behind them.
 bool TableUpdate::iCover()
 {
     const std::uint32_t end = allocator.end();
@@ -122,15 +137,15 @@ bool TableUpdate::iCover()
         iEdit(static_cast<std::uint32_t>(needed - 1));
         return true;
     }
-    if (places.size() > needed && needed != 0) {
-        const std::uint32_t last = static_cast<std::uint32_t>(places.size()) - 1;
+    // A table sector that is not needed any more goes when it is in the header, or its place in the index is written anyway.
+    const std::uint32_t last = static_cast<std::uint32_t>(places.size()) - 1;
+    if (places.size() > needed && needed != 0 && (iIndexUpTo(last) <= difatChanged || places.size() > needed + sparePages)) {
         const std::uint32_t place = places[last];
         places.pop_back();
         edited.erase(last);
         editedNumbers.erase(last);
         unplaced.erase(last);
-        if (last >= headerFatSlots)
-            difatChanged = std::max(difatChanged, (last - headerFatSlots) / (perSector - 1) + 1);
+        difatChanged = std::max(difatChanged, iIndexUpTo(last));
         if (place != nowhere)
             iFreeTable(place);
         return true;
@@ -142,8 +157,9 @@ bool TableUpdate::iCover()
 void TableUpdate::iMoveDown()
 {
     std::size_t most = mostBytesMoved / (std::size_t{perSector} * 4);
-    for (std::uint32_t page = 0; page < places.size() && most != 0; ++page) {
-        if (places[page] == nowhere || edited.contains(page) || !allocator.shouldMoveDown(places[page]))
+    const std::uint32_t from = allocator.moveDownFrom();
+    for (std::uint32_t page = 0; page < places.size() && from != nowhere && most != 0; ++page) {
+        if (places[page] < from || places[page] == nowhere || edited.contains(page))
             continue;
         iEdit(page);
         moving.insert(page);
@@ -157,10 +173,9 @@ bool TableUpdate::iPlacePage()
         return false;
     const std::uint32_t page = *unplaced.begin();
     const std::uint32_t old = places[page];
-    places[page] = iTake(fatSectorMark, moving.contains(page));
+    places[page] = iTake(fatSectorMark, page, 1).sector;
     unplaced.erase(page);
-    if (page >= headerFatSlots)
-        difatChanged = std::max(difatChanged, (page - headerFatSlots) / (perSector - 1) + 1);
+    difatChanged = std::max(difatChanged, iIndexUpTo(page));
     if (old != nowhere)
         iFreeTable(old);
     return true;
@@ -183,32 +198,37 @@ bool TableUpdate::iPlaceDifat()
         difatChanged = needed;
     if (difatPlaced >= difatChanged)
         return false;
-    const std::uint32_t old = difatPlaced < difat.size() ? difat[difatPlaced] : nowhere;
-    const std::uint32_t place = iTake(difatSectorMark);
-    if (difatPlaced < difat.size())
-        difat[difatPlaced] = place;
-    else
-        difat.push_back(place);
-    ++difatPlaced;
-    if (old != nowhere)
-        iFreeTable(old);
+    const std::uint32_t ofPage = headerFatSlots + difatPlaced * static_cast<std::uint32_t>(slots);
+    const std::uint32_t alike = ofPage > border ? difatChanged : std::min(difatChanged, iIndexUpTo(border));
+    const SectorRun run = iTake(difatSectorMark, ofPage, alike - difatPlaced);
+    for (std::uint32_t i = 0; i < run.count; ++i) {
+        if (difatPlaced < difat.size())
+            iFreeTable(std::exchange(difat[difatPlaced], run.sector + i));
+        else
+            difat.push_back(run.sector + i);
+        ++difatPlaced;
+    }
     return true;
 }
 
 void TableUpdate::iMakeDifat()
 {
     const std::size_t slots = perSector - 1;
-    for (std::uint32_t i = 0; i < difatPlaced && i < difat.size(); ++i) {
-        Page page(std::size_t{perSector} * 4, 0xFF);
-        for (std::size_t k = 0; k < slots && headerFatSlots + i * slots + k < places.size(); ++k)
-            writeLe32(page.data() + 4 * k, places[headerFatSlots + i * slots + k]);
-        writeLe32(page.data() + 4 * slots, i + 1 < difat.size() ? difat[i + 1] : endOfChain);
-        difatPages.emplace(i, std::move(page));
+    difatPlaced = std::min(difatPlaced, static_cast<std::uint32_t>(difat.size()));
+    difatPages.assign(std::size_t{difatPlaced} * perSector * 4, 0xFF);
+    for (std::uint32_t i = 0; i < difatPlaced; ++i) {
+        std::uint8_t* page = difatPages.data() + std::size_t{i} * perSector * 4;
+        const std::size_t first = headerFatSlots + i * slots, count = std::min(slots, places.size() - first);
+        for (std::size_t k = 0; k < count; ++k)
+            writeLe32(page + 4 * k, places[first + k]);
+        writeLe32(page + 4 * slots, i + 1 < difat.size() ? difat[i + 1] : endOfChain);
     }
 }
 
 void TableUpdate::finish(CompoundHeader& header)
 {
+    const std::uint32_t dataUpTo = published.empty() ? 0 : (published.last()->sector + published.last()->count - 1) / perSector;
+    border = headerFatSlots + iIndexUpTo(dataUpTo) * (perSector - 1) - 1;
     iMoveDown();
     while (iCover() || iPlacePage() || iPlaceDifat()) {
     }
@@ -220,12 +240,52 @@ void TableUpdate::finish(CompoundHeader& header)
     header.difatStart = difat.empty() ? endOfChain : difat.front();
 }
 
+bool TableUpdate::isDisjointFrom(std::vector<SectorRun> others) const
+{
+    others.insert(others.end(), replaced.begin(), replaced.end());
+    const auto add = [&](std::uint32_t sector) {
+        if (!others.empty() && others.back().sector + others.back().count == sector)
+            ++others.back().count;
+        else if (sector < table.sectorCount() || sector < allocator.end())
+            others.push_back({sector, 1});
+    };
+    for (const std::uint32_t sector : difat)
+        add(sector);
+    for (const auto& [page, bytes] : edited)
+        add(places[page]);
+    std::sort(others.begin(), others.end(), [](const SectorRun& a, const SectorRun& b) { return a.sector < b.sector; });
+    for (std::size_t i = 1; i < others.size(); ++i) {
+        if (others[i - 1].sector + others[i - 1].count > others[i].sector)
+            return false;
+    }
+    // The other table sectors are many. Which stretches of the file are spoken of at all answers nearly every question.
+    constexpr std::uint32_t stretches = 1 << 16;
+    std::bitset<stretches> touched;
+    unsigned shift = 0;
+    while (shift < 31 && allocator.end() >> shift >= stretches)
+        ++shift;
+    for (const SectorRun& run : others) {
+        for (std::uint32_t i = run.sector >> shift; i <= (run.sector + run.count - 1) >> shift && i < stretches; ++i)
+            touched.set(i);
+    }
+    for (std::uint32_t page = 0; page < places.size(); ++page) {
+        const std::uint32_t place = places[page];
+        if (place >> shift >= stretches || !touched[place >> shift] || edited.contains(page))
+            continue;
+        const auto behind =
+            std::upper_bound(others.begin(), others.end(), place, [](std::uint32_t s, const SectorRun& run) { return s < run.sector; });
+        if (behind != others.begin() && std::prev(behind)->sector + std::prev(behind)->count > place)
+            return false;
+    }
+    return true;
+}
+
 void TableUpdate::pieces(std::vector<PagedChain::Piece>& out) const
 {
     for (const auto& [number, page] : edited)
         out.push_back({places[number], page.data()});
-    for (const auto& [number, page] : difatPages)
-        out.push_back({difat[number], page.data()});
+    for (std::uint32_t i = 0; i < difatPlaced; ++i)
+        out.push_back({difat[i], difatPages.data() + std::size_t{i} * perSector * 4});
 }
 
 } // namespace kvdm

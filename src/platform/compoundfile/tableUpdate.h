@@ -33,6 +33,9 @@ public:
     void pieces(std::vector<PagedChain::Piece>& out) const;
     const SectorSet& publishedSectors() const noexcept { return published; }
     const SectorSet& freedSectors() const noexcept { return freed; }
+    // False when a sector that this commit gives away or sets free serves the table or its index as well: only in a damaged
+    // file. `others` are those that the rest of the state uses or does not use any more.
+    bool isDisjointFrom(std::vector<SectorRun> others) const;
     std::vector<std::uint32_t> takePlaces() noexcept { return std::move(places); }
     std::vector<std::uint32_t> takeDifat() noexcept { return std::move(difat); }
     // The commit came about.
@@ -44,8 +47,9 @@ private:
     std::uint32_t iGet(std::uint32_t sector);
     void iSet(std::uint32_t sector, std::uint32_t value);
     Page& iEdit(std::uint32_t tableSector);
-    std::uint32_t iTake(std::uint32_t mark, bool low = false);
+    SectorRun iTake(std::uint32_t mark, std::uint32_t ofPage, std::uint32_t count);
     void iFreeTable(std::uint32_t sector);
+    std::uint32_t iIndexUpTo(std::uint32_t tableSector) const noexcept;
     bool iCover();
     bool iPlacePage();
     void iMoveDown();
@@ -60,11 +64,13 @@ private:
     std::set<std::uint32_t> unplaced; // of the edited ones
     std::set<std::uint32_t> moving;   // of those, the ones that changed in nothing but their place
     std::vector<std::uint32_t> places, difat;
+    std::uint32_t border = 0;       // the last table sector that costs no more index sectors than the new data does anyway
     std::uint32_t difatPlaced = 0;  // so many of the index sectors, from the first on, have fresh places
     std::uint32_t difatChanged = 0; // so many must have
-    std::map<std::uint32_t, Page> difatPages;
+    Page difatPages;                // those that have fresh places, in a row
     SectorSet published, freed;
-    std::vector<std::uint32_t> taken;
+    std::vector<SectorRun> replaced; // sectors of the table and the index that are free now
+    std::vector<SectorRun> taken;
     unsigned epoch;
 };
 
