@@ -1,6 +1,7 @@
 // kvdm bodies: the solid and imported bodies and the partition of a configuration as files.
 #include "client.h"
 #include "commands.h"
+#include "files.h"
 #include "terminal.h"
 
 #include <fmt/format.h>
@@ -16,7 +17,7 @@ namespace {
 
 struct Options
 {
-    std::string file;
+    std::vector<std::string> files;
     std::string configuration;
     std::string folder = ".";
 };
@@ -57,7 +58,7 @@ public:
         std::error_code failure;
         std::filesystem::create_directories(folder, failure);
         if (failure)
-            throw Failure(path + ": " + failure.message());
+            throw Failure(path + ": " + wordFor(failure));
     }
 
     std::string add(std::u16string_view configuration, const std::string& what)
@@ -84,14 +85,16 @@ template <class Extract> void extractOne(const std::string& path, Extract&& extr
         std::error_code ignored;
         std::filesystem::remove(path, ignored); // nothing is in it
     }
-    if (FAILED(status) || error != kvDmBodyErrorNone)
-        throw Failure(path + ": " + (FAILED(status) ? statusText(status) : reasonOf(error)));
+    if (FAILED(status) || error != kvDmBodyErrorNone) {
+        const std::string reason = error == kvBodyErrorNoData ? "" : whyNotWritten(path);
+        throw Failure(path + ": " + (!reason.empty() ? reason : FAILED(status) ? statusText(status) : reasonOf(error)));
+    }
     std::cout << path << '\n';
 }
 
-void list(const Options& options)
+void list(const std::string& file, const Options& options)
 {
-    const Document document(options.file);
+    const Document document(file);
     document.requireReadable();
     for (const auto& configuration : wanted(document, options)) {
         LONG bodies = 0;
@@ -100,14 +103,14 @@ void list(const Options& options)
         configuration->GetBodiesCount(&bodies);
         configuration->GetImportedBodiesCount(&imported);
         const bool hasPartition = SUCCEEDED(configuration->get_PartitionStreamName(partition.put()));
-        std::cout << coloured(printable(nameOf(*configuration)), 6)
+        std::cout << (options.files.size() > 1 ? file + '\t' : "") << coloured(printable(nameOf(*configuration)), 6)
                   << fmt::format("\tbodies {}\timported {}\tpartition {}\n", bodies, imported, hasPartition ? printable(partition.view()) : "none");
     }
 }
 
-void extract(const Options& options)
+void extract(const std::string& file, const Options& options)
 {
-    const Document document(options.file);
+    const Document document(file);
     document.requireReadable();
     Targets targets(options.folder);
     std::size_t failed = 0;
@@ -128,9 +131,15 @@ void extract(const Options& options)
         for (LONG i = 0; i < bodies; ++i)
             attempt(targets.add(name, fmt::format("body-{}", i)),
                     [&](BSTR path, KvDmBodyError* error) { return configuration->GetBody(i, path, error); });
-        for (LONG i = 0, before = static_cast<LONG>(failed); i < imported && static_cast<LONG>(failed) == before; ++i)
+        const std::size_t before = failed;
+        for (LONG i = 0; i < imported; ++i) {
             attempt(targets.add(name, fmt::format("imported-{}", i)),
                     [&](BSTR path, KvDmBodyError* error) { return configuration->GetImportedBody(i, path, error); });
+            if (failed > before) { // as those behind it would
+                failed += static_cast<std::size_t>(imported - i - 1);
+                break;
+            }
+        }
         OwnedBstr partition;
         if (SUCCEEDED(configuration->get_PartitionStreamName(partition.put()))) {
             const std::string path = targets.add(name, "partition");
@@ -151,7 +160,7 @@ void extract(const Options& options)
         }
     }
     if (failed)
-        throw Failure(fmt::format("{}: {} of its bodies could not be extracted", options.file, failed));
+        throw Failure(fmt::format("{}: {} of its bodies could not be extracted", file, failed));
 }
 
 } // namespace
@@ -164,12 +173,16 @@ void addBodies(CLI::App& app, int& exitCode)
     for (const bool extracts : {false, true}) {
         CLI::App* command = extracts ? bodies->add_subcommand("extract", "Writes them to files and prints the names")
                                      : bodies->add_subcommand("list", "Counts them, a line a configuration");
-        command->add_option("FILE", options->file, "The document")->required();
+        command->add_option("FILE", options->files, extracts ? "The document" : "Documents; with several, each line begins with the file")
+            ->required()
+            ->expected(1, extracts ? 1 : CLI::detail::expected_max_vector_size);
         command->add_option("--config", options->configuration, "One configuration alone");
         if (extracts)
-            command->add_option("-o,--output", options->folder, "The folder for the files")->capture_default_str();
+            command->add_option("-o,--output", options->folder, "The folder for the files; those of the same name are replaced")
+                ->capture_default_str();
+        teach(*command, extracts ? "  kvdm bodies extract part.kvdprt -o bodies" : "  kvdm bodies list *.kvdprt --config Default");
         command->callback([options, extracts, &exitCode] {
-            exitCode = forEachFile({options->file}, [&](const std::string&) { extracts ? extract(*options) : list(*options); });
+            exitCode = forEachFile(options->files, [&](const std::string& file) { extracts ? extract(file, *options) : list(file, *options); });
         });
     }
 }

@@ -2,6 +2,7 @@
 #include "client.h"
 #include "commands.h"
 #include "nodes.h"
+#include "terminal.h"
 
 #include <fmt/format.h>
 
@@ -42,7 +43,7 @@ void print(const std::string& file, const std::string& node, bool stored)
 {
     ComPtr<IStorage> storage = openCompoundFile(file);
     std::vector<std::u16string> names = splitNode(node);
-    const auto missing = [&] { return Failure(fmt::format("{}: no stream {}", file, node)); };
+    const auto missing = [&] { return Failure(fmt::format("{}: no stream {} ('kvdm ls' shows the names)", file, inQuotes(node))); };
     std::vector<ComPtr<IStorage>> parents; // a storage lives as long as those it stands in
     for (std::size_t i = 0; i + 1 < names.size(); ++i) {
         const ComPtr<IStorage> child = openStorage(*storage, names[i]);
@@ -82,6 +83,9 @@ void addCat(CLI::App& app, int& exitCode)
     command->add_option("FILE", options->file, "A compound file")->required();
     command->add_option("NODE", options->node, "The stream: names joined by '/', a control character written '\\x05'")->required();
     command->add_flag("--stored", options->stored, "The bytes as they lie, not decoded");
+    teach(*command, "  kvdm cat part.kvdprt Contents/CMgrHdr2 > header.bin\n"
+                    "  kvdm cat part.kvdprt '\\x05SummaryInformation' | xxd | head\n"
+                    "  kvdm cat --stored part.kvdprt Preview__ZLB | wc -c");
     command->callback([options, &exitCode] {
         exitCode = forEachFile({options->file}, [&](const std::string& file) { print(file, options->node, options->stored); });
     });

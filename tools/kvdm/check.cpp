@@ -18,7 +18,7 @@ std::vector<std::string> checkFile(const std::string& nativePath)
     const auto bytes = ComPtr<suFileLockBytes>::adopt(new suFileLockBytes);
     const HRESULT status = bytes->open(fromUtf8(nativePath, IllFormed::keep), false);
     if (FAILED(status))
-        throw Failure(nativePath + ": cannot be opened: " + statusText(status));
+        throw openingFailure(nativePath, status);
     return checkCompoundFile(*bytes);
 }
 
@@ -29,6 +29,7 @@ void addCheck(CLI::App& app, int& exitCode)
     auto files = std::make_shared<std::vector<std::string>>();
     CLI::App* command = app.add_subcommand("check", "Checks the structure of compound files strictly against the format");
     command->add_option("FILE", *files, "Compound files")->required();
+    teach(*command, "  kvdm check *.kvdprt         each fault is a line; the exit code is 1 when there is one");
     command->callback([files, &exitCode] {
         exitCode = forEachFile(*files, [&](const std::string& file) {
             const std::vector<std::string> faults = checkFile(file);

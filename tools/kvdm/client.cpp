@@ -1,5 +1,7 @@
 #include "client.h"
 
+#include "files.h"
+
 #include <fmt/format.h>
 
 #include <cerrno>
@@ -77,12 +79,12 @@ Document::Document(const std::string& nativePath, bool readOnly) : path(nativePa
 
 void Document::requireReadable() const
 {
-    if (openError == kvDmDocumentOpenErrorFileNotFound)
-        throw Failure(path + ": no such file");
-    if (openError == kvDmDocumentOpenErrorNonKV)
+    if (openError == kvDmDocumentOpenErrorNonKV && whyNoFile(path).empty())
         throw Failure(path + ": not a Kestrovane document (its extension says so)");
+    if (openError == kvDmDocumentOpenErrorFileNotFound || openError == kvDmDocumentOpenErrorNonKV)
+        throw openingFailure(path, STG_E_FILENOTFOUND);
     if (!chain)
-        throw Failure(path + ": cannot be opened: " + statusText(openStatus));
+        throw openingFailure(path, openStatus);
     LONG version = 0;
     LONG unread = -1;
     chain->GetVersion(&unread);
@@ -92,6 +94,16 @@ void Document::requireReadable() const
         throw Failure(path + ": " + reason);
     const HRESULT kind = StgIsStorageFile(OwnedBstr(fromUtf8(path, IllFormed::keep)).get());
     throw Failure(path + (kind == S_OK ? ": damaged, or newer than this library reads" : ": not a compound file"));
+}
+
+Failure openingFailure(const std::string& path, HRESULT status)
+{
+    // A path that only the library maps is nothing to the system.
+    const std::string reason = whyNoFile(path);
+    const std::string missing = statusText(STG_E_FILENOTFOUND);
+    if (!reason.empty() && (reason != missing || statusText(status) == missing))
+        return Failure(path + ": " + reason);
+    return Failure(path + (statusText(status) == missing ? ": " : ": cannot be opened: ") + statusText(status));
 }
 
 std::optional<std::u16string> Document::text(HRESULT (IKvDMDocument::*get)(BSTR*)) const
@@ -253,10 +265,12 @@ std::string statusText(HRESULT status)
     case STG_E_INSUFFICIENTMEMORY:
         return "out of memory";
     case STG_E_FILENOTFOUND:
+    case STG_E_PATHNOTFOUND:
     case systemStatus(2):
     case systemStatus(3):
         return "no such file";
     case STG_E_DOCFILECORRUPT:
+    case STG_E_INVALIDHEADER:
         return "damaged";
     case STG_E_MEDIUMFULL:
     case systemStatus(112):

@@ -54,6 +54,9 @@ private:
 
 ComPtr<IKvDMApplication> makeApplication();
 
+// Why a file was not opened, in the words of the system when it has some.
+Failure openingFailure(const std::string& path, HRESULT status);
+
 // The configurations in list order; one that cannot be had by its name is left out.
 std::vector<ComPtr<IKvDMConfiguration9>> configurations(IKvDMConfigurationMgr& manager);
 

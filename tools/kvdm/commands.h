@@ -28,6 +28,9 @@ constexpr int exitUsage = 2;
 // Runs body for each file; what fails is told on standard error, one line a file, and the others are still done.
 template <class Body> int forEachFile(const std::vector<std::string>& files, Body&& body);
 
+// Examples below the help of a command.
+void teach(CLI::App& command, const std::string& examples);
+
 // One line on standard error.
 void complain(const std::string& line);
 

@@ -77,6 +77,8 @@ void addList(CLI::App& configs, int& exitCode)
     CLI::App* command = configs.add_subcommand("list", "Lists them; * marks the active one");
     command->add_option("FILE", options->files, "Documents; with several, each line begins with the file")->required();
     command->add_flag("--json", options->json, "One JSON object a configuration");
+    teach(*command, "  kvdm configs list part.kvdprt                 name, description, parent\n"
+                    "  kvdm configs list --json *.kvdprt | jq -r 'select(.active) | [.file, .name] | @tsv'");
     command->callback([options, &exitCode] { exitCode = forEachFile(options->files, [&](const std::string& file) { list(file, *options); }); });
 }
 
@@ -150,13 +152,16 @@ void addConfigs(CLI::App& app, int& exitCode)
     auto renaming = std::make_shared<ChangeOptions>();
     CLI::App* renameCommand = addChange(*configs, "rename", "Gives a configuration another name", renaming);
     renameCommand->add_option("NEW", renaming->newName, "The new name")->required();
+    teach(*renameCommand, "  kvdm configs rename part.kvdprt Machined Milled");
     renameCommand->callback([renaming, &exitCode] {
         exitCode = editFiles(std::vector<std::string>{renaming->file}, renaming->dryRun,
                              [&](const Document& document) { return rename(document, *renaming); });
     });
 
     auto deleting = std::make_shared<ChangeOptions>();
-    addChange(*configs, "delete", "Marks a configuration as deleted; its streams stay in the file", deleting)->callback([deleting, &exitCode] {
+    CLI::App* deleteCommand = addChange(*configs, "delete", "Marks a configuration as deleted; its streams stay in the file", deleting);
+    teach(*deleteCommand, "  kvdm configs delete part.kvdprt Machined");
+    deleteCommand->callback([deleting, &exitCode] {
         exitCode = editFiles(std::vector<std::string>{deleting->file}, deleting->dryRun,
                              [&](const Document& document) { return markDeleted(document, *deleting); });
     });
@@ -167,6 +172,7 @@ void addConfigs(CLI::App& app, int& exitCode)
         ->required()
         ->check(CLI::IsMember({"description", "comment", "alternate-name"}));
     set->add_option("VALUE", setting->value, "The text")->required();
+    teach(*set, "  kvdm configs set part.kvdprt Machined description 'milled on all sides'");
     set->callback([setting, &exitCode] {
         exitCode = editFiles(std::vector<std::string>{setting->file}, setting->dryRun,
                              [&](const Document& document) { return setField(document, *setting); });
@@ -184,6 +190,7 @@ void addMass(CLI::App& app, int& exitCode)
     CLI::App* command = app.add_subcommand("mass", "The 13 mass figures of each configuration, as the last save of the CAD system left them");
     command->add_option("FILE", options->files, "Documents")->required();
     command->add_option("--config", options->configuration, "One configuration alone");
+    teach(*command, "  kvdm mass *.kvdprt          configuration and figures, separated by tabs; \"none\" where there are none");
     command->callback([options, &exitCode] {
         exitCode = forEachFile(options->files, [&](const std::string& file) {
             const Document document(file);

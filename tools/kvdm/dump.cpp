@@ -180,9 +180,8 @@ Json jsonPreview(const Document& document, HRESULT (IKvDMDocument12::*name)(BSTR
             {"height", sized ? Json(height) : Json()}};
 }
 
-Json dump(const std::string& file)
+Json dump(const std::string& file, const Document& document)
 {
-    const Document document(file);
     Json json = {{"fullName", file}, {"openError", static_cast<LONG>(document.error())}};
     if (document.error() != kvDmDocumentOpenErrorNone)
         return json;
@@ -228,9 +227,13 @@ void addDump(CLI::App& app, int& exitCode)
     CLI::App* command = app.add_subcommand("dump", "Prints everything that a document answers, one JSON object a file");
     command->add_option("FILE", options->files, "Documents; one that is missing or cannot be read has its object too")->required();
     command->add_flag("--pretty", options->pretty, "Indents the JSON");
+    teach(*command, "  kvdm dump part.kvdprt --pretty | less\n"
+                    "  kvdm dump *.kvdasm | jq -r 'select(.openError == 0) | [.fullName, .version] | @tsv'");
     command->callback([options, &exitCode] {
         exitCode = forEachFile(options->files, [&](const std::string& file) {
-            std::cout << dump(file).dump(options->pretty ? 2 : -1, ' ', false, Json::error_handler_t::replace) << '\n';
+            const Document document(file);
+            std::cout << dump(file, document).dump(options->pretty ? 2 : -1, ' ', false, Json::error_handler_t::replace) << '\n';
+            document.requireReadable();
         });
     });
 }

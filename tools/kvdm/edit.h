@@ -32,6 +32,9 @@ void save(const Document& document, const std::string& file);
 // "text", "date", "number", "yes-no"; a Failure for any other word.
 KvDmCustomInfoType typeOfName(const std::string& name);
 
+// What a document makes of a value that it cannot hold, for a message.
+std::string storedOtherwise(std::u16string_view wanted, std::u16string_view held);
+
 // The edits, each of which throws a Failure when the document refuses.
 std::string addProperty(const Document& document, const PropertyPlace& place, const std::string& name, KvDmCustomInfoType type,
                         const std::string& value);

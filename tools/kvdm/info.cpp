@@ -14,6 +14,7 @@ namespace kvdm::tool {
 namespace {
 
 constexpr std::size_t labelColumns = 16;
+constexpr std::size_t longestShown = 200; // letters of a text; 'props list' shows all
 
 void line(std::string_view label, const std::string& value)
 {
@@ -51,17 +52,57 @@ void showProperties(const std::string& title, const std::vector<Property>& prope
     if (properties.empty())
         return;
     heading(fmt::format("{} ({})", title, properties.size()));
-    std::size_t widest = 0;
-    for (const Property& property : properties)
-        widest = std::max(widest, columnsOf(printable(property.name)));
-    widest = std::min<std::size_t>(widest, 40);
+    std::size_t names = 0;
+    std::size_t types = 0;
     for (const Property& property : properties) {
-        std::cout << "  " << coloured(padded(printable(property.name), widest), 6) << "  " << faint(padded(typeName(property.type), 7)) << "  "
-                  << printable(property.value);
+        names = std::max(names, columnsOf(printable(property.name)));
+        types = std::max(types, columnsOf(typeName(property.type)));
+    }
+    names = std::min<std::size_t>(names, 40);
+    for (const Property& property : properties) {
+        const bool bare = property.value.empty() && property.linkedTo.empty(); // no blanks at the end of a line
+        std::cout << "  " << coloured(padded(shortened(printable(property.name), longestShown), names), 6) << "  "
+                  << faint(padded(typeName(property.type), bare ? 0 : types));
+        if (!bare)
+            std::cout << "  " << shortened(printable(property.value), longestShown);
         if (!property.linkedTo.empty())
             std::cout << faint("  = " + printable(property.linkedTo));
         std::cout << '\n';
     }
+}
+
+// The list, with a star at the active one.
+void showConfigurations(IKvDMConfigurationMgr& manager)
+{
+    const auto variants = configurations(manager);
+    if (variants.size() < 2)
+        return;
+    heading(fmt::format("Configurations ({})", variants.size()));
+    OwnedBstr active;
+    manager.GetActiveConfigurationName(active.put());
+    std::vector<std::pair<std::u16string, std::string>> rows; // name and description
+    std::size_t widest = 0;
+    for (const auto& variant : variants) {
+        OwnedBstr name, description;
+        variant->get_Name(name.put());
+        variant->get_Description(description.put());
+        rows.emplace_back(name.view(), shortened(printable(description.view()), longestShown));
+        widest = std::max(widest, columnsOf(printable(name.view())));
+    }
+    for (const auto& [name, description] : rows)
+        std::cout << (name == active.view() ? "* " : "  ") << coloured(padded(printable(name), description.empty() ? 0 : widest), 6)
+                  << (description.empty() ? "" : "  ") << description << '\n';
+}
+
+// A name as one word of a shell.
+std::string shellWord(const std::string& name)
+{
+    if (name.find_first_of(" \t\n'\"\\$`&|;<>()*?[]#~!") == std::string::npos)
+        return name;
+    std::string word = "'";
+    for (const char c : name)
+        word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return word + "'";
 }
 
 void show(const std::string& file)
@@ -110,23 +151,14 @@ void show(const std::string& file)
         line("Attachments", joined(texts(attachments.get())));
     line("Links", joined(document.hyperLinks()));
 
-    const auto variants = configurations(*document.configurationManager());
-    if (variants.size() > 1) {
-        heading(fmt::format("Configurations ({})", variants.size()));
-        for (const auto& variant : variants) {
-            OwnedBstr name, description;
-            variant->get_Name(name.put());
-            variant->get_Description(description.put());
-            std::cout << "  " << coloured(printable(name.view()), 6) << "  " << printable(description.view()) << '\n';
-        }
-    }
     if (const ComPtr<IKvPicture> picture = previewPicture(document, {})) {
         const auto shown = pictureForTerminal(*picture);
         if (shown)
             std::cout << '\n' << *shown;
         else
-            line("Preview", "kvdm preview " + file + " -o preview.png");
+            line("Preview", "kvdm preview " + shellWord(file) + " -o preview.png");
     }
+    showConfigurations(*document.configurationManager());
 
     showProperties("Custom properties", customProperties(*document.operator->()));
     showProperties("Invisible properties", invisibleProperties(*document.operator->()));
@@ -139,6 +171,7 @@ void addInfo(CLI::App& app, int& exitCode)
     auto files = std::make_shared<std::vector<std::string>>();
     CLI::App* command = app.add_subcommand("info", "Shows what a document is: version, summary, links, properties");
     command->add_option("FILE", *files, "Documents")->required();
+    teach(*command, "  kvdm info part.kvdprt\n  kvdm info *.kvdasm | less");
     command->callback([files, &exitCode] {
         bool first = true;
         exitCode = forEachFile(*files, [&](const std::string& file) {

@@ -78,6 +78,8 @@ void addLs(CLI::App& app, int& exitCode)
     CLI::App* command = app.add_subcommand("ls", "Lists the storages and streams of any compound file, with stored and decoded sizes");
     command->add_option("FILE", options->files, "Compound files")->required();
     command->add_flag("--json", options->json, "An array of {path, kind, bytes, form, decodedBytes}");
+    teach(*command, "  kvdm ls part.kvdprt\n"
+                    "  kvdm ls --json part.kvdprt | jq -r '.[] | select(.form != \"plain\") | .path | join(\"/\")'");
     command->callback([options, &exitCode] {
         exitCode = forEachFile(options->files, [&](const std::string& file) {
             const ComPtr<IStorage> root = openCompoundFile(file);

@@ -15,6 +15,57 @@ void complain(const std::string& line)
     std::cerr << "kvdm: " << line << '\n';
 }
 
+namespace {
+
+constexpr const char* exitCodes = "Exit codes: 0 done, 1 something failed (standard error names the file and the cause), 2 wrong usage.";
+
+// Positionals named as a user would type them: "FILE... NAME VALUE".
+class HelpFormatter : public CLI::Formatter
+{
+public:
+    std::string make_option_usage(const CLI::Option* option) const override
+    {
+        const std::string name = option->get_name(true, false);
+        const bool several = option->get_expected_max() > 1 && name.find("...") == std::string::npos;
+        return option->get_required() ? name + (several ? "..." : "") : "[" + name + (several ? "..." : "") + "]";
+    }
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        return option->get_positional() ? "" : CLI::Formatter::make_option_opts(option);
+    }
+};
+
+// The command that the words lead to, as far as they do.
+const CLI::App& wantedCommand(const CLI::App& app)
+{
+    const auto parsed = app.get_subcommands();
+    return parsed.empty() ? app : wantedCommand(*parsed.front());
+}
+
+std::string fullName(const CLI::App& command)
+{
+    return (command.get_parent() ? fullName(*command.get_parent()) + ' ' : "") + command.get_name();
+}
+
+std::string usageFailure(const CLI::App* app, const CLI::Error& error)
+{
+    const CLI::App& command = wantedCommand(*app);
+    const std::string name = fullName(command);
+    std::string reason = error.what();
+    if (const auto words = app->remaining(true); error.get_name() == "RequiredError" && !command.get_subcommands({}).empty() && !words.empty())
+        reason = "no command " + words.front();
+    const std::string help = command.help(command.get_parent() ? fullName(*command.get_parent()) : "");
+    const std::size_t usage = help.find("Usage: ");
+    return "kvdm: " + reason + '\n' + help.substr(usage, help.find('\n', usage) - usage) + "\n'" + name + " --help' tells more.\n";
+}
+
+} // namespace
+
+void teach(CLI::App& command, const std::string& examples)
+{
+    command.footer(examples + "\n\n" + exitCodes);
+}
+
 } // namespace kvdm::tool
 
 int main(int argc, char** argv)
@@ -33,9 +84,11 @@ int main(int argc, char** argv)
                  "kvdm"};
     app.set_version_flag("--version", "kvdm " KVDM_VERSION);
     app.require_subcommand(1);
+    app.formatter(std::make_shared<HelpFormatter>());
     app.get_formatter()->column_width(34);
-    app.footer("Exit codes: 0 done, 1 something failed (standard error names the file and the cause), 2 wrong usage.\n"
-               "'kvdm COMMAND --help' tells more. Windows paths work when KESTROVANE_PATH_MAP maps their drive.");
+    app.failure_message(usageFailure);
+    app.footer(std::string(exitCodes) + "\n'kvdm COMMAND --help' tells more. Words that begin with '-' and are no options stand behind '--'.\n"
+                                        "Windows paths work when KESTROVANE_PATH_MAP maps their drive.");
     addInfo(app, exitCode);
     addProps(app, exitCode);
     addSummary(app, exitCode);

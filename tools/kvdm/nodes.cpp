@@ -51,9 +51,6 @@ ComPtr<IStorage> openCompoundFile(const std::string& nativePath)
         return root;
     (void)root.detach();
     switch (status) {
-    case STG_E_FILENOTFOUND:
-    case STG_E_PATHNOTFOUND:
-        throw Failure(nativePath + ": no such file");
     case STG_E_FILEALREADYEXISTS: // the status of a file of another kind
     case STG_E_INVALIDHEADER:
     case STG_E_OLDFORMAT:
@@ -61,7 +58,7 @@ ComPtr<IStorage> openCompoundFile(const std::string& nativePath)
     case STG_E_DOCFILECORRUPT:
         throw Failure(nativePath + ": damaged");
     default:
-        throw Failure(nativePath + ": cannot be opened: " + statusText(status));
+        throw openingFailure(nativePath, status);
     }
 }
 

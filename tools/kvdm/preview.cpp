@@ -2,6 +2,7 @@
 #include "preview.h"
 
 #include "commands.h"
+#include "files.h"
 #include "terminal.h"
 
 #include <fmt/format.h>
@@ -106,11 +107,13 @@ bool environmentHolds(const char* name, const char* text)
 
 void writeFile(const std::string& path, const std::vector<std::uint8_t>& bytes)
 {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file)
-        throw Failure(path + ": cannot be written");
+    replaceFile(path, [&](const std::string& beside) {
+        std::ofstream file(beside, std::ios::binary | std::ios::trunc);
+        file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        file.close();
+        if (!file)
+            throw Failure("cannot be written");
+    });
 }
 
 // By the extension; null for any other.
@@ -169,6 +172,9 @@ void addPreview(CLI::App& app, int& exitCode)
     command->add_option("FILE", options->file, "The document")->required();
     command->add_option("-o,--output", options->output, "A .png, .jpg or .bmp file")->check(CLI::Validator(checkOutput, ""));
     command->add_option("--config", options->configuration, "The preview of that configuration");
+    teach(*command, "  kvdm preview part.kvdprt -o part.png\n"
+                    "  kvdm preview part.kvdprt -o machined.jpg --config Machined\n"
+                    "  kvdm preview part.kvdprt                  on a terminal with kitty or sixel graphics");
     command->callback([options, &exitCode] {
         exitCode = forEachFile({options->file}, [&](const std::string& file) {
             const Document document(file);

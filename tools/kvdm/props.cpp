@@ -56,6 +56,9 @@ void addProps(CLI::App& app, int& exitCode)
     list->add_option("FILE", options->files, "Documents; with several, each line begins with the file")->required();
     addPlaceOptions(*list, options->place);
     list->add_flag("--json", options->json, "One JSON object a property");
+    teach(*list, "  kvdm props list part.kvdprt | cut -f 1,3\n"
+                 "  kvdm props list *.kvdprt | awk -F'\\t' '$2 == \"Material\" { print $1, $4 }'\n"
+                 "  kvdm props list --json *.kvdprt | jq -r 'select(.linkedTo != \"\") | .name'");
     list->callback([options, &exitCode] {
         exitCode = forEachFile(options->files, [&](const std::string& file) {
             const Document document(file);

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <iostream>
 #include <map>
 
@@ -41,6 +42,10 @@ void addSet(CLI::App& props, int& exitCode)
     CLI::App* command = props.add_subcommand("set", "Changes a property that is there; its type stays, a link is cut");
     command->add_option("FILE... NAME VALUE", options->words, "Documents, then the property's name and its new value")->required()->expected(3, -1);
     addCommonFlags(*command, options);
+    teach(*command, "  kvdm props set part.kvdprt Material 'Steel 1.4301'\n"
+                    "  kvdm props set *.kvdprt Status released --dry-run\n"
+                    "  kvdm props set part.kvdprt Length 12.5 --config Machined\n"
+                    "  kvdm props set part.kvdprt -- Offset -5         behind -- nothing is an option");
     command->callback([options, &exitCode] {
         const auto change = takeLast(options->words, 2);
         exitCode = editFiles(options->words, options->dryRun, [&](const Document& document) {
@@ -58,6 +63,10 @@ void addAdd(CLI::App& props, int& exitCode)
         ->check(CLI::IsMember({"text", "date", "number", "yes-no"}))
         ->capture_default_str();
     addCommonFlags(*command, options);
+    teach(*command, "  kvdm props add part.kvdprt Vendor 'Kestrel Works'\n"
+                    "  kvdm props add part.kvdprt Weight 12.5 --type number\n"
+                    "  kvdm props add part.kvdprt Checked Yes --type yes-no\n"
+                    "  kvdm props add *.kvdprt 'Drawn on' 11/21/2026 --type date");
     command->callback([options, &exitCode] {
         const auto change = takeLast(options->words, 2);
         exitCode = editFiles(options->words, options->dryRun, [&](const Document& document) {
@@ -72,6 +81,7 @@ void addDelete(CLI::App& props, int& exitCode)
     CLI::App* command = props.add_subcommand("delete", "Deletes a property");
     command->add_option("FILE... NAME", options->words, "Documents, then the property's name")->required()->expected(2, -1);
     addCommonFlags(*command, options);
+    teach(*command, "  kvdm props delete *.kvdprt 'Old number'");
     command->callback([options, &exitCode] {
         const auto change = takeLast(options->words, 1);
         exitCode = editFiles(options->words, options->dryRun,
@@ -83,23 +93,30 @@ void addBatch(CLI::App& props, int& exitCode)
 {
     auto options = std::make_shared<EditOptions>();
     CLI::App* command = props.add_subcommand("batch", "Sets or adds many properties of many documents from a list");
-    command->add_option("LIST", options->words, "CSV (file,name,value) or JSON lines ({\"file\":, \"name\":, \"value\":}); - is standard input")
+    command
+        ->add_option("LIST", options->words,
+                     "CSV (file,name,value) or JSON lines ({\"file\": ..., \"name\": ..., \"value\": ...}); - is standard input")
         ->required()
         ->expected(1);
     command->add_option("--type", options->type, "The type of properties that are not there yet: text, date, number or yes-no")
         ->check(CLI::IsMember({"text", "date", "number", "yes-no"}))
         ->capture_default_str();
     addCommonFlags(*command, options);
-    command->footer("A first CSV line \"file,name,value\" is a heading. All changes of one file are saved together or not at all.");
+    teach(*command, "A property that is not there is added. All changes of one file are saved together or not at all. A first CSV line\n"
+                    "\"file,name,value\" is a heading; lists are UTF-8. A JSON line may have a \"type\" for a property that is not there.\n"
+                    "\n"
+                    "  kvdm props batch released.csv\n"
+                    "  kvdm props list --json *.kvdprt | jq -c 'select(.name == \"Status\") | .value = \"released\"' | kvdm props batch -");
     command->callback([options, &exitCode] {
         std::vector<FileEdit> edits;
         for (auto& [file, changes] : readBatch(options->words.front())) {
             edits.push_back({file, [options, changes = std::move(changes)](const Document& document) {
                                  std::vector<std::string> lines;
-                                 for (const auto& [name, value] : changes)
-                                     lines.push_back(hasProperty(document, options->place, name)
-                                                         ? setProperty(document, options->place, name, value)
-                                                         : addProperty(document, options->place, name, typeOfName(options->type), value));
+                                 for (const Change& change : changes)
+                                     lines.push_back(hasProperty(document, options->place, change.name)
+                                                         ? setProperty(document, options->place, change.name, change.value)
+                                                         : addProperty(document, options->place, change.name,
+                                                                       typeOfName(change.type.empty() ? options->type : change.type), change.value));
                                  return lines;
                              }});
         }
@@ -132,17 +149,26 @@ struct SummaryOptions
     bool dryRun = false;
 };
 
+bool canBeSet(const std::string& name)
+{
+    return std::any_of(std::begin(summaryFields), std::end(summaryFields),
+                       [&](const SummaryField& field) { return field.put && name == field.name; });
+}
+
 std::vector<std::string> setSummary(const Document& document, const std::map<std::string, std::string>& fields)
 {
     std::vector<std::string> lines;
-    for (const auto& [name, value] : fields) {
-        const auto field = std::find_if(std::begin(summaryFields), std::end(summaryFields),
-                                        [&wanted = name](const SummaryField& f) { return f.put && wanted == f.name; });
-        if (field == std::end(summaryFields))
-            throw Failure("no field " + name + " to be set: use title, subject, author, keywords or comments");
-        if (const HRESULT status = (document.operator->()->*field->put)(OwnedBstr(fromUtf8(value)).get()); FAILED(status))
-            throw Failure(name + " cannot be set: " + statusText(status));
-        lines.push_back(fmt::format("{} = {}", name, printable(fromUtf8(value))));
+    for (const SummaryField& field : summaryFields) {
+        const auto wanted = fields.find(field.name);
+        if (wanted == fields.end())
+            continue;
+        const std::u16string value = fromUtf8(wanted->second);
+        if (const HRESULT status = (document.operator->()->*field.put)(OwnedBstr(value).get()); FAILED(status))
+            throw Failure(std::string(field.name) + " cannot be set: " + statusText(status));
+        const std::u16string held = document.text(field.get).value_or(u"");
+        if (held != value) // the library cuts it, and puts "?" for letters that the code page lacks
+            throw Failure(field.name + storedOtherwise(value, held));
+        lines.push_back(fmt::format("{} = {}", field.name, printable(value)));
     }
     return lines;
 }
@@ -165,6 +191,7 @@ void addSummary(CLI::App& app, int& exitCode)
     auto files = std::make_shared<std::vector<std::string>>();
     CLI::App* list = summary->add_subcommand("list", "Lists the fields: name and value, separated by a tab");
     list->add_option("FILE", *files, "Documents; with several, each line begins with the file")->required();
+    teach(*list, "  kvdm summary list *.kvdprt | awk -F'\\t' '$2 == \"author\" { print $1, $3 }'");
     list->callback([files, &exitCode] {
         exitCode = forEachFile(*files, [&](const std::string& file) {
             const Document document(file);
@@ -185,12 +212,16 @@ void addSummary(CLI::App& app, int& exitCode)
                 fmt::format("The {}", field.name));
     }
     set->add_flag("--dry-run", options->dryRun, "Tells what would be done; no file is touched");
+    teach(*set, "  kvdm summary set part.kvdprt title Bracket\n"
+                "  kvdm summary set *.kvdprt --author 'A. Keller' --keywords 'sheet metal'");
     set->callback([options, &exitCode] {
         if (options->fields.empty()) {
             if (options->words.size() < 3)
                 throw CLI::ValidationError("summary set",
                                            "needs FILE... FIELD VALUE, or FILE... and --title, --subject, --author, --keywords, --comments");
             const auto change = takeLast(options->words, 2);
+            if (!canBeSet(change[0]))
+                throw CLI::ValidationError("summary set", "no field \"" + change[0] + "\": use title, subject, author, keywords or comments");
             options->fields[change[0]] = change[1];
         }
         exitCode = editFiles(options->words, options->dryRun, [&](const Document& document) { return setSummary(document, options->fields); });

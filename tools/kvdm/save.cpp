@@ -1,45 +1,40 @@
 // kvdm save, kvdm save-as.
 #include "commands.h"
 #include "edit.h"
-
-#include <fmt/format.h>
+#include "files.h"
 
 #include <filesystem>
 #include <iostream>
-#include <random>
 
 namespace kvdm::tool {
 
 namespace {
 
-// Removes a file that is not to stay.
-struct Leftover
+// Keeps others from the file for as long as it lives; a Failure when one of them has it.
+ComPtr<IStorage> takeAlone(const std::string& file)
 {
-    std::filesystem::path path;
-    ~Leftover()
-    {
-        std::error_code unknown;
-        std::filesystem::remove(path, unknown);
-    }
-};
+    ComPtr<IStorage> storage;
+    const HRESULT status = StgOpenStorage(OwnedBstr(fromUtf8(file, IllFormed::keep)).get(), nullptr,
+                                          STGM_READWRITE | STGM_SHARE_EXCLUSIVE | STGM_TRANSACTED, nullptr, 0, storage.put());
+    if (FAILED(status))
+        (void)storage.detach();
+    if (statusText(status) == statusText(STG_E_SHAREVIOLATION))
+        throw Failure(file + ": " + statusText(status));
+    return storage; // none for a file of another kind
+}
 
-// Saves beside the target and moves there what was saved whole: the target is what it was, or the new document.
 void saveAs(const std::string& file, const std::string& target)
 {
-    const std::filesystem::path wanted(target);
-    const Leftover beside{wanted.parent_path() / fmt::format(".{}.{}.saving", wanted.filename().string(), std::random_device{}())};
-    {
-        const Document document(file);
-        document.requireReadable();
+    const Document document(file);
+    document.requireReadable();
+    const ComPtr<IStorage> replaced = takeAlone(target);
+    replaceFile(target, [&](const std::string& beside) {
         KvDmDocumentSaveError error = kvDmDocumentSaveErrorNone;
-        const HRESULT status = document->SaveAs(OwnedBstr(fromUtf8(beside.path.string(), IllFormed::keep)).get(), &error);
+        const HRESULT status = document->SaveAs(OwnedBstr(fromUtf8(beside, IllFormed::keep)).get(), &error);
         if (FAILED(status) || error != kvDmDocumentSaveErrorNone)
-            throw Failure(target + ": not saved" + (FAILED(status) ? ": " + statusText(status) : ""));
-    }
-    std::error_code failure;
-    std::filesystem::rename(beside.path, wanted, failure);
-    if (failure)
-        throw Failure(target + ": not saved: " + failure.message());
+            throw Failure(FAILED(status) ? statusText(status) : "the document cannot be saved");
+        document->CloseDoc();
+    });
 }
 
 } // namespace
@@ -54,9 +49,11 @@ void addSave(CLI::App& app, int& exitCode)
     auto options = std::make_shared<Options>();
     CLI::App* command = app.add_subcommand("save", "Opens documents for writing and saves them: headers and properties in their present form");
     command->add_option("FILE", options->files, "Documents")->required();
-    command->add_flag("--dry-run", options->dryRun, "Only tells whether they can be read; no file is touched");
+    command->add_flag("--dry-run", options->dryRun, "Only tells whether they can be opened for that; no file is touched");
+    teach(*command, "  kvdm save old/*.kvdprt");
     command->callback([options, &exitCode] {
-        exitCode = editFiles(options->files, options->dryRun, [](const Document&) { return std::vector<std::string>{"saved"}; });
+        exitCode = editFiles(options->files, options->dryRun,
+                             [&](const Document&) { return std::vector<std::string>{options->dryRun ? "can be opened for writing" : "saved"}; });
     });
 }
 
@@ -73,6 +70,7 @@ void addSaveAs(CLI::App& app, int& exitCode)
     command->add_option("FILE", options->file, "The document, which stays as it is")->required();
     command->add_option("NEW", options->target, "The new file")->required();
     command->add_flag("--force", options->force, "Replaces a file that is there");
+    teach(*command, "  kvdm save-as part.kvdprt part-copy.kvdprt");
     command->callback([options, &exitCode] {
         exitCode = forEachFile({options->file}, [&](const std::string& file) {
             std::error_code unknown;

@@ -96,6 +96,25 @@ std::string printable(std::u16string_view text)
     return toUtf8(shown);
 }
 
+std::string shortened(const std::string& utf8, std::size_t letters)
+{
+    std::size_t seen = 0;
+    for (std::size_t i = 0; i < utf8.size(); ++i)
+        if ((static_cast<unsigned char>(utf8[i]) & 0xC0) != 0x80 && ++seen > letters)
+            return utf8.substr(0, i) + "...";
+    return utf8;
+}
+
+std::string inQuotes(std::u16string_view text)
+{
+    return '"' + shortened(printable(text), 60) + '"';
+}
+
+std::string inQuotes(const std::string& utf8)
+{
+    return inQuotes(fromUtf8(utf8));
+}
+
 std::string sizeText(unsigned long long bytes)
 {
     static constexpr const char* units[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};

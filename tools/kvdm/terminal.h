@@ -23,6 +23,13 @@ std::string padded(std::string_view utf8, std::size_t columns);
 // Control characters made visible ("\x05"), so that a file cannot steer the terminal.
 std::string printable(std::u16string_view text);
 
+// The beginning of a text that has more letters than that, with "..." behind it.
+std::string shortened(const std::string& utf8, std::size_t letters);
+
+// A text of a file in a message: printable, not too long, in quotes.
+std::string inQuotes(std::u16string_view text);
+std::string inQuotes(const std::string& utf8);
+
 // "1.4 MiB"
 std::string sizeText(unsigned long long bytes);
 
