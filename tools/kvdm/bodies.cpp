@@ -55,6 +55,7 @@ class Targets
 public:
     explicit Targets(const std::string& path) : folder(path)
     {
+        requireNativeName(path);
         std::error_code failure;
         std::filesystem::create_directories(folder, failure);
         if (failure)

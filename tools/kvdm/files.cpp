@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <cctype>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
@@ -103,8 +104,16 @@ std::string whyNotWritten(const std::string& path)
     return std::ofstream(path) ? "" : wordFor(std::error_code(errno, std::generic_category()));
 }
 
+void requireNativeName(const std::string& target)
+{
+    const bool hasDrive = target.size() > 2 && std::isalpha(static_cast<unsigned char>(target[0])) && target[1] == ':' && target[2] == '\\';
+    if (hasDrive || target.starts_with("\\\\"))
+        throw Failure(target + ": a file is made under a name of this system");
+}
+
 void replaceFile(const std::string& target, const std::function<void(const std::string& beside)>& write)
 {
+    requireNativeName(target);
     std::error_code unknown;
     const fs::path wanted = behindLinks(target);
     if (const std::string reason = whyKept(wanted); !reason.empty())

@@ -73,6 +73,7 @@ void addSaveAs(CLI::App& app, int& exitCode)
     teach(*command, "  kvdm save-as part.kvdprt part-copy.kvdprt");
     command->callback([options, &exitCode] {
         exitCode = forEachFile({options->file}, [&](const std::string& file) {
+            requireNativeName(options->target);
             std::error_code unknown;
             if (!options->force && std::filesystem::exists(options->target, unknown))
                 throw Failure(options->target + ": is there already (--force replaces it)");
