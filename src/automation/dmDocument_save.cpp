@@ -95,8 +95,8 @@ bool dmDocument_c::saveAs(const std::u16string& newPath, KvDmDocumentSaveError& 
 {
     error = kvDmDocumentSaveErrorNone;
     try {
-        // Before the new file is made, which empties a file of that name: the document's own must be open then, so that it is
-        // refused, and another one must not go for a document that has nothing to give.
+        // Before the new file is made, which takes the place of a file of that name: the document's own must be open then, so that it
+        // is refused, and another one must not go for a document that has nothing to give.
         const ComPtr<IStorage> storage = getStorage();
         if (!storage)
             return false;

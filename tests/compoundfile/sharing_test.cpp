@@ -95,9 +95,29 @@ TEST_F(SharedFile, CreationDoesNotPullAFileAwayFromAnybody)
     for (const DWORD mode : {writing, readingOn, readingSnapshot}) {
         ASSERT_EQ(open(mode, held), S_OK);
         EXPECT_EQ(StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()), STG_E_SHAREVIOLATION);
+        EXPECT_EQ(inChild([&] { return StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()) == STG_E_SHAREVIOLATION ? 0 : 1; }), 0);
         held.reset();
         EXPECT_EQ(readWholeFile(nativeName), before);
     }
+    // Who comes between creation and commit keeps what is there then.
+    ASSERT_EQ(StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()), S_OK);
+    ASSERT_TRUE(writeStream(*made, u"other", patternBytes(50000)));
+    ASSERT_EQ(open(readingOn, held), S_OK);
+    const Tree old = readTree(*held);
+    EXPECT_EQ(differences(readTree(*openStorageOf(before)), old), "") << "nothing is gone before the commit";
+    ASSERT_EQ(made->Commit(STGC_DEFAULT), S_OK);
+    made.reset();
+    EXPECT_EQ(differences(readTree(*held), old), "");
+    EXPECT_EQ(readTree(*openStorageOf(readWholeFile(nativeName))), (Tree{{u"other", patternBytes(50000)}}));
+    held.reset();
+    ASSERT_EQ(StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()), S_OK);
+    ASSERT_TRUE(writeStream(*made, u"last", patternBytes(40000)));
+    ASSERT_EQ(made->Commit(STGC_DEFAULT), S_OK);
+    ASSERT_TRUE(writeStream(*made, u"never", patternBytes(70000)));
+    made.reset();
+    EXPECT_LT(fileSize(), 60000u) << "nobody needs the old one: the new one moves to its place";
+    EXPECT_TRUE(checkCompoundFile(*lockBytesOf(readWholeFile(nativeName))).empty());
+    EXPECT_EQ(readTree(*openStorageOf(readWholeFile(nativeName))), (Tree{{u"last", patternBytes(40000)}}));
     EXPECT_EQ(StgCreateDocfile(name.c_str(), 0x10022, 0, made.put()), STG_E_FILEALREADYEXISTS);
     EXPECT_EQ(StgCreateDocfile(name.c_str(), 0x11022, 0, made.put()), S_OK);
     EXPECT_EQ(status(writing), STG_E_SHAREVIOLATION);
@@ -111,6 +131,60 @@ TEST_F(SharedFile, CreationDoesNotPullAFileAwayFromAnybody)
     EXPECT_EQ(StgIsStorageFile(temporary.c_str()), S_OK);
     made.reset();
     EXPECT_EQ(StgIsStorageFile(temporary.c_str()), STG_E_FILENOTFOUND) << "deleted on release";
+}
+
+// The file itself stays, with its owner, its rights and whatever leads to it; nothing is needed of its folder.
+TEST_F(SharedFile, ANewFileTakesThePlaceOfWhateverIsThereAsAWhole)
+{
+    CompoundFileBuilder wideSectors(4);
+    wideSectors.root().stream(u"old", patternBytes(20000));
+    Bytes damaged = readWholeFile(nativeName);
+    putLe32(damaged, 48, 0x00ABCDEF); // no directory
+    for (const Bytes& old : {readWholeFile(nativeName), wideSectors.build(), damaged, Bytes(100000, 'x'), Bytes(512, 0)}) {
+        ASSERT_TRUE(writeWholeFile(nativeName, old));
+        const std::string link = folder / "link";
+        std::filesystem::create_symlink(nativeName, link);
+        std::filesystem::permissions(nativeName, std::filesystem::perms(0640));
+        ComPtr<IStorage> made, inner;
+        ASSERT_EQ(StgCreateDocfile(std::u16string(link.begin(), link.end()).c_str(), 0x11022, 0, made.put()), S_OK);
+        ASSERT_TRUE(writeStream(*made, u"reverted", patternBytes(30000, 3)));
+        ASSERT_EQ(made->Revert(), S_OK);
+        EXPECT_TRUE(readTree(*made).empty());
+        ASSERT_TRUE(writeStream(*made, u"lost", patternBytes(30000, 4)));
+        made.reset();
+        EXPECT_TRUE(readWholeFile(nativeName) == old) << "what was not committed never was";
+        // A transaction below goes on over the commit that makes the file.
+        ASSERT_EQ(StgCreateDocfile(std::u16string(link.begin(), link.end()).c_str(), 0x11022, 0, made.put()), S_OK);
+        ASSERT_TRUE(writeStream(*made, u"large", patternBytes(30000, 5)));
+        ASSERT_EQ(made->CreateStorage(u"Inner", writeElement | STGM_TRANSACTED, 0, 0, inner.put()), S_OK);
+        ASSERT_TRUE(writeStream(*inner, u"deep", patternBytes(9000, 6)));
+        ASSERT_EQ(inner->Commit(STGC_DEFAULT), S_OK);
+        ASSERT_EQ(made->Commit(STGC_DEFAULT), S_OK);
+        ComPtr<IStream> deep;
+        ULONG written = 0;
+        ASSERT_EQ(inner->OpenStream(u"deep", nullptr, writeElement, 0, deep.put()), S_OK);
+        ASSERT_EQ(deep->Write("patch", 5, &written), S_OK);
+        ASSERT_TRUE(writeStream(*made, u"other", patternBytes(60000, 7)));
+        ASSERT_EQ(made->Commit(STGC_DEFAULT), S_OK);
+        ASSERT_EQ(inner->Commit(STGC_DEFAULT), S_OK);
+        ASSERT_EQ(made->Commit(STGC_DEFAULT), S_OK);
+        deep.reset();
+        inner.reset();
+        made.reset();
+        Bytes patched = patternBytes(9000, 6);
+        std::copy_n("patch", 5, patched.begin());
+        const Bytes now = readWholeFile(nativeName);
+        EXPECT_EQ(
+            differences(readTree(*openStorageOf(now)),
+                        (Tree{{u"large", patternBytes(30000, 5)}, {u"Inner/", {}}, {u"Inner/deep", patched}, {u"other", patternBytes(60000, 7)}})),
+            "");
+        EXPECT_TRUE(checkCompoundFile(*lockBytesOf(now)).empty());
+        EXPECT_LT(now.size(), 220000u);
+        EXPECT_TRUE(std::filesystem::is_symlink(link));
+        EXPECT_EQ(std::filesystem::status(nativeName).permissions(), std::filesystem::perms(0640));
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(std::filesystem::path(link).parent_path()), {}), 2);
+        std::filesystem::remove(link);
+    }
 }
 
 TEST_F(SharedFile, AReaderThatDeniesNothingKeepsItsStateWhileAWriterCommits)

@@ -72,6 +72,37 @@ TEST(ExhaustedMemory, ASaveFailsWithAStatusAndLeavesAWholeFile)
     EXPECT_GT(refusals, 200);
 }
 
+TEST(ExhaustedMemory, ANewFileInThePlaceOfAnotherIsThereAsAWholeOrNotAtAll)
+{
+    const Bytes before = startingFile();
+    const Tree old = readTree(*openStorageOf(before)), expected{{u"new", content}};
+    HRESULT status = E_FAIL;
+    for (long refusals = 0; FAILED(status); ++refusals) {
+        const auto array = lockBytesOf(before);
+        allocationsLeft = refusals;
+        ComPtr<IStorage> root;
+        ComPtr<IStream> stream;
+        ULONG written = 0;
+        status = StgCreateDocfileOnILockBytes(array.get(), 0x11022, 0, root.put());
+        if (SUCCEEDED(status))
+            status = root->CreateStream(u"new", writeElement, 0, 0, stream.put());
+        if (SUCCEEDED(status))
+            status = stream->Write(content.data(), 30000, &written);
+        if (SUCCEEDED(status))
+            status = root->Commit(STGC_DEFAULT);
+        stream.reset();
+        root.reset(); // here it moves down, if memory allows
+        const long left = allocationsLeft;
+        allocationsLeft = -1;
+        const Bytes bytes = bytesOf(*array);
+        ASSERT_EQ(differences(readTree(*openStorageOf(bytes)), SUCCEEDED(status) ? expected : old), "") << "allocation " << refusals;
+        ASSERT_TRUE(checkCompoundFile(*array).empty()) << "allocation " << refusals;
+        ASSERT_TRUE(SUCCEEDED(status) || status == E_OUTOFMEMORY) << std::hex << status;
+        if (SUCCEEDED(status) && left <= 0)
+            status = E_FAIL; // until the move down has all that it asks for
+    }
+}
+
 TEST(ExhaustedMemory, ACommitInSpiteOfFailuresLeavesASoundFile)
 {
     const Bytes before = startingFile();

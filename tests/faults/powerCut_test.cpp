@@ -19,6 +19,7 @@ struct Save
     unsigned version;
     std::vector<Edit> edits; // each is followed by a commit
     bool isLarge = false;
+    bool replaces = false; // a new file takes the place of the one that is there
 };
 
 void put(IStorage& root, const std::u16string& name, std::size_t size, std::uint32_t seed = 99)
@@ -102,6 +103,12 @@ std::vector<Save> allSaves()
                              put(*inner, u"never", 20000);
                          }}});
     }
+    for (const unsigned version : {3u, 4u})
+        saves.push_back({"another file in its place",
+                         version,
+                         {[](IStorage& root) { putMany(root, 30, 500); }, [](IStorage& root) { put(root, u"s", 90000); }},
+                         false,
+                         true});
     // The first sector of the table's index comes with 7,087,616 bytes or so, the second with 15 million.
     for (const std::size_t size : {6900000, 7087616, 15300000})
         saves.push_back({"a stream of " + std::to_string(size),
@@ -123,7 +130,9 @@ public:
         const Bytes before = array->bytes;
         states = {iTreeOf(before)};
         ComPtr<IStorage> root;
-        ASSERT_EQ(StgOpenStorageOnILockBytes(array.get(), nullptr, 0x10022, nullptr, 0, root.put()), S_OK);
+        ASSERT_EQ(save.replaces ? StgCreateDocfileOnILockBytes(array.get(), 0x11022, 0, root.put())
+                                : StgOpenStorageOnILockBytes(array.get(), nullptr, 0x10022, nullptr, 0, root.put()),
+                  S_OK);
         std::vector<std::size_t> done; // events when each commit was done
         for (const Edit& edit : save.edits) {
             edit(*root);

@@ -16,12 +16,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace kvdm {
 namespace {
 
 constexpr std::size_t mostInOneWrite = 1 << 18;
-constexpr std::uint32_t mostChecked = 4096; // sectors of each chain that a commit looks at to see whether they are its own
+constexpr std::uint64_t mostMoved = 16 << 20; // bytes of a file that are written a second time to bring it down
+constexpr std::uint32_t mostChecked = 4096;   // sectors of each chain that a commit looks at to see whether they are its own
 
 } // namespace
 
@@ -165,7 +167,7 @@ void CompoundFile::commit(DWORD flags)
     next.miniFatSectors = mini.allocation().count();
     next.miniFatStart = next.miniFatSectors == 0 ? endOfChain : mini.allocation().sectors().start();
 
-    TableUpdate update(table, allocator);
+    TableUpdate update(table, allocator, isReplacing);
     for (auto& [id, content] : toWrite) {
         if (content->isChanged())
             update.link(content->sectors());
@@ -185,10 +187,17 @@ void CompoundFile::commit(DWORD flags)
     mini.allocation().changedPages(pieces);
     update.pieces(pieces);
     iWriteSectors(pieces);
-    allocator.prepareCommit(update.publishedSectors(), update.freedSectors(), next.fatSectors);
+    if (isReplacing)
+        allocator.prepareReplacement(update.publishedSectors(), next.fatSectors);
+    else
+        allocator.prepareCommit(update.publishedSectors(), update.freedSectors(), next.fatSectors);
     const HeaderBytes nextBytes = next.encode();
     const HRESULT status = iPutHeader(nextBytes, flags);
     iAdopt(next, nextBytes, update, SUCCEEDED(status));
+    if (std::exchange(isReplacing, false)) {
+        leavesGap = true;
+        gapFlags = flags;
+    }
     if (FAILED(status))
         throw suOleException(status);
     try {
@@ -198,11 +207,41 @@ void CompoundFile::commit(DWORD flags)
     }
 }
 
+// A file that took the place of another one lies behind it. When it is not large it moves down in the end, in a commit of its
+// own: nobody has anything of it open any more that could lead to the sectors that it leaves.
+void CompoundFile::iCloseGap()
+{
+    if (isChanged() || torn)
+        revert();
+    std::vector<ElementId> all{rootId};
+    std::uint64_t bytes = mini.stream().size() + std::uint64_t{directory.table().count() + mini.allocation().count()} * table.sectorBytes();
+    for (std::size_t i = 0; i < all.size() && bytes <= mostMoved; ++i) {
+        if (directory.entry(all[i]).type() == EntryType::stream) {
+            bytes += directory.sizeOf(all[i]);
+            continue;
+        }
+        const std::vector<ElementId> below = directory.children(all[i]);
+        all.insert(all.end(), below.begin(), below.end());
+    }
+    if (bytes > mostMoved || !allocator.hasRoomBelow(allocator.end() / 2))
+        return;
+    for (const ElementId id : all) {
+        if (directory.entry(id).type() == EntryType::stream && directory.sizeOf(id) >= miniCutoff)
+            content(id, true)->rewrite();
+    }
+    mini.stream().rewrite();
+    directory.table().touchAll();
+    mini.allocation().touchAll();
+    commit(gapFlags);
+}
+
 void CompoundFile::revert()
 {
     allocator.revert();
-    iReadHeader();
     file.measure();
+    if (isReplacing)
+        return iStartReplacement();
+    iReadHeader();
     iStart();
 }
 

@@ -3,6 +3,7 @@
 #include "common/exceptions.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kvdm {
 namespace {
@@ -10,12 +11,22 @@ namespace {
 constexpr DWORD accessMask = 0x3;
 constexpr std::size_t mostStreamsChecked = 4096;
 constexpr std::size_t smallStreamsInMemory = 4096; // 16 MiB of them at most, besides those that are open
+constexpr std::uint64_t mostReplaced = 1u << 30;   // a version 3 file needs room behind the one that it replaces
 
 FILETIME timeNow() noexcept
 {
     FILETIME now{};
     CoFileTimeNow(&now);
     return now;
+}
+
+void makeRoot(EntryEditor root)
+{
+    root.setName(u"Root Entry");
+    root.setType(EntryType::root);
+    root.setBlack(true);
+    root.setStart(endOfChain);
+    root.setModified(timeNow());
 }
 
 } // namespace
@@ -49,13 +60,17 @@ void CompoundFile::create(DWORD mode)
     try {
         mayWrite = true;
         file.measure();
-        if (file.size() != 0) {
-            if ((mode & STGM_CREATE) == 0)
-                throw suOleException(STG_E_FILEALREADYEXISTS);
-            if (locks.readersPresent())
-                throw suOleException(STG_E_SHAREVIOLATION); // what somebody reads is not pulled away
-            file.setSize(0);
+        if (file.size() != 0 && (mode & STGM_CREATE) == 0)
+            throw suOleException(STG_E_FILEALREADYEXISTS);
+        if (file.size() != 0 && locks.readersPresent())
+            throw suOleException(STG_E_SHAREVIOLATION); // what somebody reads is not pulled away
+        if (file.size() >= headerBytes && file.size() < mostReplaced) {
+            iStartReplacement();
+            return;
         }
+        // There is nothing worth keeping, or no room beside it.
+        if (file.size() != 0)
+            file.setSize(0);
         header = CompoundHeader();
         header.fatSectors = 1;
         header.fat[0] = 0;
@@ -69,12 +84,7 @@ void CompoundFile::create(DWORD mode)
         std::uint8_t* entries = fat + header.sectorBytes();
         for (std::uint32_t i = 0; i < header.sectorBytes() / entryBytes; ++i)
             EntryEditor(entries + i * entryBytes).clear();
-        EntryEditor root(entries);
-        root.setName(u"Root Entry");
-        root.setType(EntryType::root);
-        root.setBlack(true);
-        root.setStart(endOfChain);
-        root.setModified(timeNow());
+        makeRoot(EntryEditor(entries));
         file.write(0, image.data(), image.size());
         iStart();
     } catch (...) {
@@ -83,8 +93,49 @@ void CompoundFile::create(DWORD mode)
     }
 }
 
+// What the byte array holds stays the committed state until the first commit, so that a new file takes the place of another
+// one as a whole. Sectors that a sound file of the same kind does not use may be used; behind any other bytes there is room.
+void CompoundFile::iStartReplacement()
+{
+    isReplacing = true;
+    contents.clear();
+    toWrite.clear();
+    retired.clear();
+    torn = false;
+    const HRESULT status =
+        file.readFirst(headerOnDisk.data(), headerBytes) == headerBytes ? CompoundHeader::decode(headerOnDisk, header) : STG_E_READFAULT;
+    bool isKnown = SUCCEEDED(status) && header.sectorShift == CompoundHeader().sectorShift;
+    if (isKnown) {
+        try {
+            iStart();
+        } catch (const suOleException&) {
+            isKnown = false;
+        }
+    }
+    CompoundHeader empty;
+    empty.transactionSignature = SUCCEEDED(status) ? header.transactionSignature : 0;
+    header = empty;
+    if (!isKnown) {
+        table.start(header);
+        allocator.start(header.transactionSignature, true, false);
+        allocator.distrustTables();
+    }
+    directory.start(endOfChain, false);
+    directory.table().append(0);
+    for (std::uint32_t i = 0; i < header.sectorBytes() / entryBytes; ++i)
+        directory.edit(i).clear();
+    makeRoot(directory.edit(rootId));
+    mini.start(endOfChain, endOfChain, 0);
+}
+
 void CompoundFile::close() noexcept
 {
+    try {
+        if (std::exchange(leavesGap, false))
+            iCloseGap();
+    } catch (...) {
+        // A longer file than needed is not worth a failure.
+    }
     if (mayWrite)
         allocator.dropGrowth();
     locks.release();

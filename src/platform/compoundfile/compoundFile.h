@@ -32,8 +32,8 @@ public:
 
     // Takes the locks that the mode asks for and reads the header. Throws suOleException: see StgOpenStorageOnILockBytes.
     void open(DWORD mode);
-    // Takes the locks and makes an empty version 3 file of the byte array; what it held is gone unless `mode` lacks
-    // STGM_CREATE, which refuses a byte array that is not empty.
+    // Takes the locks and makes an empty version 3 file of the byte array. What it held is replaced by the first commit, as a
+    // whole; without STGM_CREATE a byte array that is not empty is refused.
     void create(DWORD mode);
     // The root is gone: gives up the locks. What is not committed is lost.
     void close() noexcept;
@@ -62,6 +62,7 @@ public:
 private:
     void iReadHeader();
     void iStart();
+    void iStartReplacement();
     bool iTablesAgree();
     void iCheckWhole() const;
     void iCheckSmallStreams();
@@ -73,6 +74,7 @@ private:
     void iCheckDisjoint(const TableUpdate& update);
     void iWriteSectors(std::vector<PagedChain::Piece>& pieces);
     HRESULT iPutHeader(const HeaderBytes& next, DWORD flags);
+    void iCloseGap();
     void iAdopt(const CompoundHeader& next, const HeaderBytes& nextBytes, TableUpdate& update, bool isSafe) noexcept;
 
     BlockFile file;
@@ -88,7 +90,10 @@ private:
     SectorSet retired; // of the committed state, not used by the working state
     bool mayWrite = false;
     bool smallStreamsChecked = false;
-    bool torn = false; // a change was cut short, by exhausted memory or by damage
+    bool isReplacing = false; // the committed state is another file, which the first commit replaces
+    bool leavesGap = false;   // that was so
+    DWORD gapFlags = 0;       // of that commit
+    bool torn = false;        // a change was cut short, by exhausted memory or by damage
 };
 
 // Whether the bytes begin as those of a compound file do: S_OK or S_FALSE, or why they cannot be read.

@@ -63,6 +63,12 @@ std::uint32_t PagedChain::append(std::uint8_t fill)
     return index;
 }
 
+void PagedChain::touchAll()
+{
+    for (std::uint32_t i = 0; i < count(); ++i)
+        edit(i);
+}
+
 void PagedChain::removeLast()
 {
     const std::uint32_t left = count() - 1;

@@ -30,6 +30,7 @@ public:
     std::uint8_t* edit(std::uint32_t index); // the page must be there
     std::uint32_t append(std::uint8_t fill);
     void removeLast();
+    void touchAll(); // every page counts as changed
 
     bool isChanged() const noexcept { return changed; }
     // Gives every changed page a fresh sector, where it has none yet. Sectors that were replaced are handed to `dropped`.

@@ -243,7 +243,26 @@ void SectorAllocator::prepareCommit(const SectorSet& published, const SectorSet&
     nextFresh.remove(published);
     nextWaiting = waiting;
     nextWaiting.add(freed);
+    nextDistrusted = distrusted;
     searched.reserve(tableSectors);
+}
+
+void SectorAllocator::prepareReplacement(const SectorSet& published, std::uint32_t tableSectors)
+{
+    SectorSet others;
+    others.add(0, endSector);
+    others.remove(reusable);
+    others.remove(fresh);
+    others.remove(waiting);
+    others.remove(table.lockSector(), 1);
+    prepareCommit(published, others, tableSectors);
+    nextDistrusted = false; // of the tables that come now nothing is unknown
+}
+
+bool SectorAllocator::hasRoomBelow(std::uint32_t sector)
+{
+    const auto room = reusable.lowest(1);
+    return room && room->sector < sector;
 }
 
 void SectorAllocator::adoptCommit(std::uint32_t signature, std::uint32_t tableSectors, bool isSafe) noexcept
@@ -253,6 +272,7 @@ void SectorAllocator::adoptCommit(std::uint32_t signature, std::uint32_t tableSe
     seed = signature;
     looked = false;
     held = !isSafe;
+    distrusted = nextDistrusted;
     committedBytes = file.size();
     searched.resize(tableSectors, true); // new ones hold nothing that is not known
     if (!searched.empty())

@@ -58,6 +58,10 @@ public:
     // A commit after which `published` are part of the committed state and `freed` no longer: the first reserves what is
     // needed for that, the second makes it so. When it is not safe on the medium, what it set free waits for the next one.
     void prepareCommit(const SectorSet& published, const SectorSet& freed, std::uint32_t tableSectors);
+    // The same for a state that has nothing in common with the one before it: all that was used is set free.
+    void prepareReplacement(const SectorSet& published, std::uint32_t tableSectors);
+    // True when there is room below a sector.
+    bool hasRoomBelow(std::uint32_t sector);
     void adoptCommit(std::uint32_t signature, std::uint32_t tableSectors, bool isSafe) noexcept;
     // Everything fresh is free again.
     void revert();
@@ -91,6 +95,7 @@ private:
     bool baseIsFree = false; // what was free at the start is reusable
     bool held = false;
     bool distrusted = false;
+    bool nextDistrusted = false; // after the commit under way
     unsigned currentEpoch = 0;
     std::vector<bool> searched;        // table sectors
     std::vector<std::uint32_t> likely; // table sectors that probably tell of free room, the highest first

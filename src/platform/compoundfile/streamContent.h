@@ -54,6 +54,8 @@ public:
     void resize(std::uint64_t bytes);
     // Everything gathered goes to its sectors.
     void flush();
+    // Writes all of a large stream to fresh sectors.
+    void rewrite();
     // Moves up to so many of the sectors that are known and keep the file long (SectorAllocator::moveDownFrom).
     void moveDown(unsigned most);
     bool isChanged() const noexcept { return changed; }

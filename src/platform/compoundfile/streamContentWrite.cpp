@@ -66,6 +66,20 @@ void StreamContent::flush()
     gathered.clear();
 }
 
+void StreamContent::rewrite()
+{
+    flush();
+    std::vector<std::uint8_t> block(static_cast<std::size_t>(std::min<std::uint64_t>(gatherBytes, byteCount)));
+    for (std::uint64_t done = 0; done < byteCount;) {
+        const Transfer got = read(done, block.data(), block.size());
+        if (FAILED(got.status))
+            throw suOleException(got.status);
+        iWriteSectors(done, block.data(), got.count);
+        changed = true;
+        done += got.count;
+    }
+}
+
 void StreamContent::moveDown(unsigned most)
 {
     const std::uint32_t sectorBytes = home.table.sectorBytes();

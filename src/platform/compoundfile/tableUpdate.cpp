@@ -16,10 +16,14 @@ constexpr std::size_t sparePages = 8; // that may stay when it costs much to dro
 
 } // namespace
 
-TableUpdate::TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator)
-    : table(allocation), allocator(sectorAllocator), perSector(allocation.linksPerSector()), places(allocation.allPlaces()),
-      difat(allocation.difatPlaces()), epoch(sectorAllocator.epoch())
-{}
+TableUpdate::TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator, bool anew)
+    : table(allocation), allocator(sectorAllocator), perSector(allocation.linksPerSector()), startsAnew(anew), epoch(sectorAllocator.epoch())
+{
+    if (startsAnew)
+        return;
+    places = allocation.allPlaces();
+    difat = allocation.difatPlaces();
+}
 
 TableUpdate::~TableUpdate()
 {
@@ -37,7 +41,7 @@ std::uint32_t TableUpdate::iGet(std::uint32_t sector)
     const auto page = edited.find(sector / perSector);
     if (page != edited.end())
         return readLe32(page->second.data() + 4 * (sector % perSector));
-    if (sector / perSector >= places.size())
+    if (startsAnew || sector / perSector >= places.size())
         return freeSector;
     return table.next(sector);
 }

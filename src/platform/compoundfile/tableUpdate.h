@@ -16,7 +16,8 @@ namespace kvdm {
 class TableUpdate
 {
 public:
-    TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator);
+    // `anew`: the state has nothing in common with the one before it.
+    TableUpdate(AllocationTable& allocation, SectorAllocator& sectorAllocator, bool anew);
     ~TableUpdate();
     TableUpdate(const TableUpdate&) = delete;
     TableUpdate& operator=(const TableUpdate&) = delete;
@@ -59,6 +60,7 @@ private:
     AllocationTable& table;
     SectorAllocator& allocator;
     std::uint32_t perSector;
+    bool startsAnew;
     std::map<std::uint32_t, Page> edited;
     std::set<std::uint32_t> editedNumbers;
     std::set<std::uint32_t> unplaced; // of the edited ones
