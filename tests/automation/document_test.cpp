@@ -272,16 +272,5 @@ TEST_F(Document, WritesStreamsToTheFilesThatAreNamed)
     EXPECT_EQ(xml(*document, name), untouched);
 }
 
-TEST_F(Document, RefusesToSaveWhatIsOpenForReading)
-{
-    DocumentBuilder builder;
-    const auto document = reopen(builder);
-    const Bytes before = readWholeFile(path);
-    EXPECT_EQ(document->put_Title(OwnedBstr(u"Changed").get()), S_OK);
-    EXPECT_EQ(textFrom(*document, &IKvDMDocument::get_Title), "Changed");
-    EXPECT_EQ(valueFrom(*document, &IKvDMDocument::Save, kvDmDocumentSaveErrorNone), kvDmDocumentSaveErrorFail);
-    EXPECT_EQ(readWholeFile(path), before);
-}
-
 } // namespace
 } // namespace kvdm::test

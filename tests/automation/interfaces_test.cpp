@@ -52,6 +52,53 @@ TEST(Interfaces, SlotsStandInThePublishedOrder)
                  slotOf(&C::GetCustomProperty), slotOf(&C::get_ConfigurationManager), slotOf(&C::GetAllExternalReferences),
                  slotOf(&C::SaveKeyWordStream), slotOf(&C::DoDissectionToStore)});
     expectOrder({slotOf(&IKvDMDocument11::GetPreviewPNGBitmapBytes), slotOf(&IKvDMDocument11::GetPreviewBitmapBytes)});
+    using M = IKvDMConfigurationMgr;
+    expectOrder({slotOf(&M::get_Application), slotOf(&M::get_Document), slotOf(&M::GetConfigurationCount), slotOf(&M::GetConfigurationByName),
+                 slotOf(&M::GetConfigurationNames), slotOf(&M::GetActiveConfigurationName)});
+    using F = IKvDMConfiguration;
+    using F7 = IKvDMConfiguration7;
+    expectOrder({slotOf(&F::get_Application),
+                 slotOf(&F::get_Document),
+                 slotOf(&F::get_Name),
+                 slotOf(&F::get_StreamName),
+                 slotOf(&F::GetLastUpdateStamp),
+                 slotOf(&F::GetMassProperties),
+                 slotOf(&F::AddCustomProperty),
+                 slotOf(&F::GetCustomProperty),
+                 slotOf(&F::SetCustomProperty),
+                 slotOf(&F::DeleteCustomProperty),
+                 slotOf(&F::GetCustomPropertyCount),
+                 slotOf(&F::GetCustomPropertyNames),
+                 slotOf(&F::GetPreviewBitmap),
+                 slotOf(&F::GetBodiesCount),
+                 slotOf(&F::GetBody),
+                 slotOf(&F::get_PreviewStreamName),
+                 slotOf(&F::get_Description),
+                 slotOf(&F::put_Description),
+                 slotOf(&F::GetParentConfigurationName),
+                 slotOf(&IKvDMConfiguration2::get_PartitionStreamName),
+                 slotOf(&IKvDMConfiguration2::GetPartitionStream),
+                 slotOf(&IKvDMConfiguration2::GetComponents),
+                 slotOf(&IKvDMConfiguration3::GetImportedBodiesCount),
+                 slotOf(&IKvDMConfiguration3::GetImportedBody),
+                 slotOf(&IKvDMConfiguration4::GetAllCustomPropertyNamesAndValues),
+                 slotOf(&IKvDMConfiguration5::get_Comment),
+                 slotOf(&IKvDMConfiguration5::get_AlternateName),
+                 slotOf(&IKvDMConfiguration5::GetCustomPropertyValues),
+                 slotOf(&IKvDMConfiguration6::GetReferencesInformation),
+                 slotOf(&F7::get_Name2),
+                 slotOf(&F7::put_Name2),
+                 slotOf(&F7::get_Comment2),
+                 slotOf(&F7::put_Comment2),
+                 slotOf(&F7::get_AlternateName2),
+                 slotOf(&F7::put_AlternateName2),
+                 slotOf(&F7::get_Delete),
+                 slotOf(&F7::put_Delete),
+                 slotOf(&F7::get_PreviewPNGStreamName),
+                 slotOf(&F7::GetPreviewPNGBitmap),
+                 slotOf(&IKvDMConfiguration8::GetReferencesInformation2),
+                 slotOf(&IKvDMConfiguration9::GetPreviewPNGBitmapBytes),
+                 slotOf(&IKvDMConfiguration9::GetPreviewBitmapBytes)});
     using A = IKvDMApplication2;
     expectOrder({slotOf(&A::GetDocument), slotOf(&A::CopyDocument), slotOf(&A::MoveDocument), slotOf(&A::GetSearchOptionObject),
                  slotOf(&A::GetLatestSupportedFileVersion), slotOf(&A::GetDocument2)});
@@ -67,6 +114,11 @@ struct Reach
 std::vector<Reach> objects()
 {
     const auto asUnknown = [](auto object) { return ComPtr<IUnknown>::share(object.get()); };
+    const auto manager = [] {
+        ComPtr<IKvDMConfigurationMgr> result;
+        EXPECT_EQ(mustOpen(corpus("bracket.kvdprt"))->get_ConfigurationManager(result.put()), S_OK);
+        return result;
+    };
     return {
         {"class factory",
          [=] {
@@ -80,6 +132,15 @@ std::vector<Reach> objects()
          [=] { return asUnknown(mustOpen(corpus("bracket.kvdprt"))); },
          {IID_ICommonCadDocument, IID_IKvDMDocument11, IID_IKvDMDocument12, IID_IKvDMDocument10, IID_IKvDMDocument9, IID_IKvDMDocument8,
           IID_IKvDMDocument7, IID_IKvDMDocument6, IID_IKvDMDocument5, IID_IKvDMDocument4, IID_IKvDMDocument3, IID_IKvDMDocument2, IID_IKvDMDocument}},
+        {"configuration manager", [=] { return asUnknown(manager()); }, {IID_IKvDMConfigurationMgr}},
+        {"configuration",
+         [=] {
+             ComPtr<IKvDMConfiguration> configuration;
+             EXPECT_EQ(manager()->GetConfigurationByName(OwnedBstr(u"Default").get(), configuration.put()), S_OK);
+             return asUnknown(configuration);
+         },
+         {IID_IKvDMConfiguration, IID_IKvDMConfiguration2, IID_IKvDMConfiguration3, IID_IKvDMConfiguration4, IID_IKvDMConfiguration5,
+          IID_IKvDMConfiguration6, IID_IKvDMConfiguration7, IID_IKvDMConfiguration8, IID_IKvDMConfiguration9}},
         {"search option",
          [=] {
              ComPtr<IKvDMSearchOption> option;

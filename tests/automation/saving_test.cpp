@@ -3,6 +3,9 @@
 #include "support/StorageTools.h"
 
 #include <algorithm>
+#include <csignal>
+
+#include <sys/resource.h>
 
 namespace kvdm::test {
 namespace {
@@ -149,6 +152,29 @@ TEST_F(Saving, SaveAsTurnsAReaderIntoAWriterOfTheNewFile)
     KvDmLmvDataError error = kvDmLmvDataErrorNone;
     EXPECT_EQ(document->GetLumoviewData(OwnedBstr(fromUtf8(folder / "out")).get(), &error), S_OK);
     EXPECT_EQ(error, kvDmLmvDataErrorNoData) << "the storages came along";
+}
+
+TEST_F(Saving, ASaveAsThatFillsTheDiskLeavesTheOldFileWhole)
+{
+    DocumentBuilder large(3500);
+    large.visible("Material", textValue("Steel")).contents.stream(u"Large", patternBytes(300000));
+    large.write(path);
+    const Bytes before = readWholeFile(path);
+    const auto document = mustOpen(path);
+    EXPECT_EQ(setMaterial(*document, u"Brass"), S_OK);
+    rlimit usual{};
+    getrlimit(RLIMIT_FSIZE, &usual);
+    rlimit full{100000, usual.rlim_max};
+    const auto atLimit = std::signal(SIGXFSZ, SIG_IGN); // a write fails instead
+    setrlimit(RLIMIT_FSIZE, &full);
+    const KvDmDocumentSaveError error = saveAs(*document, other);
+    setrlimit(RLIMIT_FSIZE, &usual);
+    std::signal(SIGXFSZ, atLimit);
+    EXPECT_EQ(error, kvDmDocumentSaveErrorFail);
+    EXPECT_EQ(readWholeFile(path), before);
+    EXPECT_EQ(saveAs(*document, folder / "c.kvdprt"), kvDmDocumentSaveErrorNone) << "the document is still whole";
+    EXPECT_EQ(material(*mustOpen(folder / "c.kvdprt")), "Brass");
+    EXPECT_EQ(readTree(*openStorageOf(readWholeFile(folder / "c.kvdprt"))).at(u"Contents/Large"), patternBytes(300000));
 }
 
 // Whatever SaveAs cannot do, it neither loses the document nor empties the file of that name.

@@ -1,6 +1,7 @@
 // GetDocument2: documents on a client's stream or storage, whoever made it and however it behaves.
 #include "automation/automationTools.h"
 #include "support/ForeignObjects.h"
+#include "support/StorageTools.h"
 
 namespace kvdm::test {
 namespace {
@@ -75,6 +76,35 @@ TEST(GetDocument2, ReadsAStreamAndAStorage)
         // The application goes at the end of the loop.
     }
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+// A client's storage takes a save when it is open for writing; a stream is opened for reading alone. Both can be left for a file.
+TEST(GetDocument2, SavesIntoAStorageAndAsAFile)
+{
+    TemporaryFolder folder;
+    const std::string path = folder / "a.kvdprt";
+    for (const bool asStorage : {true, false}) {
+        ForeignPlan plan;
+        const auto application = newApplication();
+        const auto bytes = lockBytesOf(sample().build());
+        ComPtr<IStorage> storage;
+        ASSERT_EQ(StgOpenStorageOnILockBytes(bytes.get(), nullptr, STGM_TRANSACTED | writeElement, nullptr, 0, storage.put()), S_OK);
+        ForeignPair pair(asStorage ? nullptr : ForeignStream::over(sample().build(), plan), asStorage ? storage : nullptr);
+        const auto document = open(*application, &pair).document;
+        ASSERT_TRUE(document);
+        EXPECT_EQ(document->put_Title(OwnedBstr(u"Saved").get()), S_OK);
+        auto error = valueFrom(*document, &IKvDMDocument::Save, kvDmDocumentSaveErrorReadOnly);
+        EXPECT_EQ(error, asStorage ? kvDmDocumentSaveErrorNone : kvDmDocumentSaveErrorFail);
+        writeWholeFile(path, bytesOf(*bytes));
+        EXPECT_EQ(textFrom(*mustOpen(path), &IKvDMDocument::get_Title), asStorage ? "Saved" : "On a stream") << "what is committed";
+        EXPECT_EQ(document->SaveAs(OwnedBstr(fromUtf8(path)).get(), &error), S_OK);
+        EXPECT_EQ(error, kvDmDocumentSaveErrorNone);
+        EXPECT_EQ(versionOf(*mustOpen(path)), 3800) << "the marker came with the copy";
+        EXPECT_EQ(textFrom(*mustOpen(path), &IKvDMDocument::get_Title), "Saved");
+        EXPECT_EQ(document->put_Title(OwnedBstr(u"Again").get()), S_OK);
+        EXPECT_EQ(valueFrom(*document, &IKvDMDocument::Save, kvDmDocumentSaveErrorFail), kvDmDocumentSaveErrorNone);
+        EXPECT_EQ(textFrom(*mustOpen(path), &IKvDMDocument::get_Title), "Again");
+    }
 }
 
 TEST(GetDocument2, TellsWhatItCannotOpen)

@@ -218,5 +218,25 @@ TEST(CustomProperties, DeleteTakesTheLinkAlong)
     EXPECT_EQ(t.written(), visibleStream(left));
 }
 
+TEST(ReservedProperties, AreSetReadAndDeletedByName)
+{
+    StoreUnderTest t;
+    EXPECT_EQ(t.store.GetLock(), std::nullopt);
+    EXPECT_EQ(t.store.GetLockPerson(), u"locked");
+    t.store.SetLock(-3);
+    t.store.SetLockPerson(u"somebody");
+    t.store.SetLinkList({u"C:\\a.txt"}, nullptr);
+    t.written();
+    ASSERT_TRUE(t.store.Read(*t.storage, {}, 3700));
+    EXPECT_EQ(t.store.GetLock(), -3);
+    EXPECT_EQ(t.store.GetLockPerson(), u"somebody");
+    EXPECT_EQ(t.store.GetCustomPropertyCount(), 3u) << "none of them is a custom property";
+    std::vector<std::u16string> links;
+    EXPECT_EQ(t.store.GetLinkList(links), 1u);
+    EXPECT_TRUE(t.store.DeleteCustomProperty(u"_PID_HLINKS")) << "though no listing shows it";
+    EXPECT_EQ(t.store.GetLinkList(links), 0u);
+    EXPECT_FALSE(t.store.DeleteCustomProperty(u"_PID_HLINKS"));
+}
+
 } // namespace
 } // namespace kvdm::test
