@@ -167,6 +167,7 @@ void CompoundFile::iStart()
     contents.clear();
     toWrite.clear();
     retired.clear();
+    mostContents = leastContents;
     smallStreamsChecked = false;
     torn = false;
     if (!mayWrite)
@@ -234,6 +235,10 @@ std::shared_ptr<StreamContent> CompoundFile::content(ElementId stream, bool isTo
 {
     if (isToWrite)
         iRelieveMemory();
+    if (contents.size() >= mostContents) { // those that nobody has any more take memory too
+        std::erase_if(contents, [](const auto& each) { return each.second.expired(); });
+        mostContents = std::max(leastContents, 2 * contents.size());
+    }
     std::weak_ptr<StreamContent>& known = contents[stream];
     std::shared_ptr<StreamContent> result = known.lock();
     if (!result) {

@@ -26,6 +26,7 @@ class CompoundFile final : public ElementStore
 {
 public:
     static constexpr ElementId rootId = 0;
+    static constexpr std::size_t leastContents = 64;
 
     explicit CompoundFile(ComPtr<ILockBytes> lockBytes);
     ~CompoundFile() override;
@@ -86,6 +87,7 @@ private:
     Directory directory;
     MiniStore mini;
     std::unordered_map<ElementId, std::weak_ptr<StreamContent>> contents;
+    std::size_t mostContents = leastContents; // at which those that are gone are looked for
     std::map<ElementId, std::shared_ptr<StreamContent>> toWrite;
     SectorSet retired; // of the committed state, not used by the working state
     bool mayWrite = false;

@@ -86,7 +86,7 @@ std::vector<std::uint32_t> Directory::iWalk(std::uint32_t storage, bool& sound)
     return found;
 }
 
-const Directory::Tree& Directory::iTree(std::uint32_t storage)
+Directory::Tree& Directory::iTree(std::uint32_t storage)
 {
     const auto known = trees.find(storage);
     if (known != trees.end())
@@ -111,6 +111,16 @@ std::optional<std::uint32_t> Directory::iFindInTree(std::uint32_t storage, std::
     return std::nullopt;
 }
 
+// Who lists a storage opens its elements one after another: then nothing need be searched for.
+std::optional<std::uint32_t> Directory::iFindNext(Tree& tree, std::u16string_view name)
+{
+    if (tree.next >= tree.list.size() || compareNames(name, entry(tree.list[tree.next])) != 0)
+        return std::nullopt;
+    if (tree.next > 0 && compareNames(name, entry(tree.list[tree.next - 1])) == 0)
+        return std::nullopt; // of several elements of one name the first is meant
+    return tree.list[tree.next++];
+}
+
 std::optional<std::uint32_t> Directory::find(std::uint32_t storage, std::u16string_view name)
 {
     if (name.find(u'\0') != name.npos) { // no interface but the exact one carries such a name
@@ -120,8 +130,12 @@ std::optional<std::uint32_t> Directory::find(std::uint32_t storage, std::u16stri
         }
         return std::nullopt;
     }
-    const bool wasKnown = trees.contains(storage);
-    if (!wasKnown) {
+    const auto known = trees.find(storage);
+    const bool wasKnown = known != trees.end();
+    if (wasKnown) {
+        if (const auto id = iFindNext(known->second, name))
+            return id;
+    } else {
         try {
             if (const auto id = iFindInTree(storage, name))
                 return id;
@@ -142,15 +156,13 @@ std::optional<std::uint32_t> Directory::find(std::uint32_t storage, std::u16stri
 std::vector<std::uint32_t> Directory::children(std::uint32_t storage)
 {
     const auto known = trees.find(storage);
-    if (known != trees.end() && !known->second.sound)
+    if (known != trees.end() && (!known->second.sound || !known->second.list.empty())) {
+        known->second.next = 0;
         return known->second.list;
-    bool sound;
-    std::vector<std::uint32_t> list = iWalk(storage, sound);
-    Tree tree{sound, {}};
-    if (!sound)
-        tree.list = list;
-    trees.insert_or_assign(storage, std::move(tree));
-    return list;
+    }
+    Tree tree;
+    tree.list = iWalk(storage, tree.sound);
+    return trees.insert_or_assign(storage, std::move(tree)).first->second.list;
 }
 
 } // namespace kvdm

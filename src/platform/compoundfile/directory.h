@@ -56,12 +56,14 @@ private:
     struct Tree
     {
         bool sound = true;               // else `list` serves
-        std::vector<std::uint32_t> list; // in name order
+        std::vector<std::uint32_t> list; // in name order; of a sound tree only from when it was listed until it changes
+        std::size_t next = 0;            // of the list, for a client that goes through it
     };
     class Change;
 
     bool iClaim(std::uint32_t storage, std::uint32_t id);
-    const Tree& iTree(std::uint32_t storage);
+    Tree& iTree(std::uint32_t storage);
+    std::optional<std::uint32_t> iFindNext(Tree& tree, std::u16string_view name);
     std::optional<std::uint32_t> iFindInTree(std::uint32_t storage, std::u16string_view name);
     std::vector<std::uint32_t> iWalk(std::uint32_t storage, bool& sound);
     std::uint32_t iTakeFree();

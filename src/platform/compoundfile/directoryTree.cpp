@@ -91,12 +91,16 @@ void Directory::trim()
     }
 }
 
+// Before every change of a tree.
 void Directory::iMakeSound(std::uint32_t storage)
 {
-    if (iTree(storage).sound)
+    Tree& tree = iTree(storage);
+    if (tree.sound) {
+        tree.list.clear();
         return;
+    }
     Change change(*this);
-    iRebuild(storage, std::vector<std::uint32_t>(iTree(storage).list));
+    iRebuild(storage, std::vector<std::uint32_t>(tree.list));
     change.done();
 }
 
