@@ -25,7 +25,7 @@ void check(HRESULT status)
 
 } // namespace
 
-BlockFile::BlockFile(ComPtr<ILockBytes> lockBytes) : bytes(std::move(lockBytes)) {}
+BlockFile::BlockFile(ComPtr<ILockBytes> lockBytes) : bytes(std::move(lockBytes)), cache(setsAtFirst) {}
 
 void BlockFile::measure()
 {
@@ -93,15 +93,33 @@ std::size_t BlockFile::iReadArray(std::uint64_t offset, std::uint8_t* out, std::
     return done;
 }
 
+// For many small streams that are read in another order than they lie in.
+void BlockFile::iGrowCache()
+{
+    std::vector<Set> larger(setsLater);
+    for (Set& set : cache) {
+        for (std::size_t i = 0; i < ways; ++i) {
+            if (set[i].index != ~std::uint64_t{0})
+                larger[set[i].index % setsLater][i] = std::move(set[i]); // what shared a set has places of its own
+        }
+    }
+    cache = std::move(larger);
+    ++displaced; // once
+}
+
 BlockFile::Block& BlockFile::iBlock(std::uint64_t index)
 {
-    const std::size_t set = index % sets;
-    for (Block& block : cache[set]) {
+    for (Block& block : iSet(index)) {
         if (block.index == index)
             return block;
     }
-    Block& block = cache[set][nextWay[set]];
-    nextWay[set] = static_cast<std::uint8_t>((nextWay[set] + 1) % ways);
+    if (displaced == 4 * setsAtFirst * ways)
+        iGrowCache();
+    Set& set = iSet(index);
+    std::rotate(set.begin(), set.end() - 1, set.end()); // the oldest comes to the front
+    Block& block = set.front();
+    if (block.index != ~std::uint64_t{0})
+        ++displaced;
     if (!block.data)
         block.data = std::make_unique<std::uint8_t[]>(blockBytes);
     block.index = ~std::uint64_t{0}; // nothing until it is whole
@@ -161,16 +179,16 @@ void BlockFile::write(std::uint64_t offset, const void* source, std::size_t coun
     const auto* from = static_cast<const std::uint8_t*>(source);
     // First the cache: a write that fails half way leaves nothing there that the file may not have. A write behind the end
     // also changes the block that was the last.
-    for (Block& block : cache[byteCount / blockBytes % sets]) {
+    for (Block& block : iSet(byteCount / blockBytes)) {
         if (block.index == byteCount / blockBytes)
             block.index = ~std::uint64_t{0};
     }
     for (std::uint64_t index = offset / blockBytes; count != 0 && index <= (offset + count - 1) / blockBytes; ++index) {
-        if (count / blockBytes > sets * ways) {
+        if (count / blockBytes > cache.size() * ways) {
             forget();
             break;
         }
-        for (Block& block : cache[index % sets]) {
+        for (Block& block : iSet(index)) {
             if (block.index == index)
                 block.index = ~std::uint64_t{0};
         }

@@ -13,8 +13,8 @@
 namespace kvdm {
 
 // Reads that are answered short are repeated until the bytes are there or the end is reached; statuses of the byte array pass
-// through as exceptions (suOleException). The cache holds 1 MiB at most and serves the small pieces that tables, directories
-// and small streams are made of; large reads and all writes go straight through.
+// through as exceptions (suOleException). The cache holds 1 MiB, and 8 MiB once that has been read over and over; it serves
+// the small pieces that tables, directories and small streams are made of. Large reads and all writes go straight through.
 class BlockFile
 {
 public:
@@ -48,7 +48,7 @@ public:
     ILockBytes& lockBytes() const noexcept { return *bytes; }
 
 private:
-    static constexpr std::size_t sets = 64, ways = 4;
+    static constexpr std::size_t ways = 4, setsAtFirst = 64, setsLater = 512;
     struct Block
     {
         std::uint64_t index = ~std::uint64_t{0};
@@ -56,13 +56,17 @@ private:
         std::unique_ptr<std::uint8_t[]> data;
     };
 
+    using Set = std::array<Block, ways>;
+
+    Set& iSet(std::uint64_t index) noexcept { return cache[index % cache.size()]; }
     Block& iBlock(std::uint64_t index);
+    void iGrowCache();
     std::size_t iReadArray(std::uint64_t offset, std::uint8_t* out, std::size_t count);
 
     ComPtr<ILockBytes> bytes;
     std::uint64_t byteCount = 0;
-    std::array<std::array<Block, ways>, sets> cache;
-    std::array<std::uint8_t, sets> nextWay{};
+    std::vector<Set> cache;
+    std::size_t displaced = 0; // blocks that made room for others
     std::uint64_t memoryFrom = ~std::uint64_t{0};
     std::vector<std::uint8_t> memory;
 };
