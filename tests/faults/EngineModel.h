@@ -125,6 +125,7 @@ private:
     {
         expectStatus(root->Commit(iByte() % 2 != 0 ? STGC_ONLYIFCURRENT : STGC_DEFAULT), S_OK, "commit");
         committed = working;
+        isNew = false;
         iCheck();
     }
 
@@ -134,8 +135,20 @@ private:
         root.reset();
         iOpen();
         working = committed;
+        isNew = false;
         iCheck();
         iCompare();
+    }
+
+    // A new file over the one that is there, which stays until the commit.
+    void iReplace()
+    {
+        held.reset();
+        root.reset();
+        expectStatus(StgCreateDocfileOnILockBytes(array.get(), 0x11022, 0, root.put()), S_OK, "create over a file");
+        working = Plain();
+        isNew = true;
+        iCheck();
     }
 
     // Any one of the children, when there is one of the kind.
@@ -162,11 +175,11 @@ private:
                 expectStatus(held->Read(&read, 1, &read), STG_E_REVERTED, "a stream open over a revert");
                 held.reset();
             }
-            working = committed;
+            working = isNew ? Plain() : committed;
             return;
         }
         if (choice == 2)
-            return iReopen();
+            return iByte() % 8 == 0 ? iReplace() : iReopen();
         if (choice == 3)
             return iCompare();
         if (choice == 4)
@@ -374,13 +387,14 @@ private:
     ComPtr<IStream> held;
     std::u16string heldName;
     Plain working, committed;
+    bool isNew = false; // made over another file and not committed yet
 };
 
 } // namespace model
 
-// Creates, writes, resizes, renames, destroys, moves, copies, opens nested transactions, commits, reverts and opens anew, in a
-// file of version 3 or 4. Gives what went wrong, in words; empty when the file was at all times what the plain tree is, every
-// committed state passed the structural checker, and every status was the right one.
+// Creates, writes, resizes, renames, destroys, moves, copies, opens nested transactions, commits, reverts, opens anew and makes
+// a new file over the old one, in a file of version 3 or 4. Gives what went wrong, in words; empty when the file was at all times what the plain tree
+// is, every committed state passed the structural checker, and every status was the right one.
 inline std::string runEngineModel(std::span<const std::uint8_t> choices, unsigned version)
 {
     try {

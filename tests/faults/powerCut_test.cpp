@@ -7,6 +7,8 @@
 
 #include <cstdlib>
 #include <functional>
+#include <string_view>
+#include <unordered_set>
 
 namespace kvdm::test {
 namespace {
@@ -122,13 +124,14 @@ std::vector<Save> allSaves()
 class Cuts
 {
 public:
-    unsigned long images = 0;
+    std::size_t images = 0; // that differ, over all saves
 
     void run(const Save& save, unsigned imagesOfEach)
     {
         const auto array = ComPtr<SaboteurLockBytes>::adopt(new SaboteurLockBytes(startingFile(save.version)));
         const Bytes before = array->bytes;
         states = {iTreeOf(before)};
+        seen.clear();
         ComPtr<IStorage> root;
         ASSERT_EQ(save.replaces ? StgCreateDocfileOnILockBytes(array.get(), 0x11022, 0, root.put())
                                 : StgOpenStorageOnILockBytes(array.get(), nullptr, 0x10022, nullptr, 0, root.put()),
@@ -148,11 +151,17 @@ public:
         for (std::size_t cut = 0; cut <= array->events.size() && !::testing::Test::HasFatalFailure(); ++cut) {
             const auto committed = static_cast<std::size_t>(std::count_if(done.begin(), done.end(), [&](std::size_t at) { return at <= cut; }));
             iExpectState(imageAfterCut(flushed, since, random, 16), committed); // the clean cut
-            for (unsigned i = 1; i < imagesOfEach; ++i)
+            for (unsigned i = 1; i < imagesOfEach && !since.empty(); ++i)
                 iExpectState(imageAfterCut(flushed, since, random, random() % 17), committed);
             if (cut == array->events.size())
                 break;
             const SaboteurLockBytes::Event& event = array->events[cut];
+            for (unsigned i = 1; i < imagesOfEach && i * 512 < event.bytes.size(); ++i) { // torn: the first pieces of it alone
+                std::vector<SaboteurLockBytes::Event> torn = since;
+                torn.push_back(event);
+                torn.back().bytes.resize(event.bytes.size() / 512 <= imagesOfEach ? i * 512 : random() % (event.bytes.size() / 512) * 512);
+                iExpectState(imageAfterCut(flushed, torn, random, 16), committed);
+            }
             if (event.kind == SaboteurLockBytes::Event::flush) {
                 for (const auto& each : since)
                     SaboteurLockBytes::apply(each, flushed);
@@ -171,6 +180,9 @@ private:
 
     void iExpectState(const Bytes& image, std::size_t committed)
     {
+        const std::string_view bytes(reinterpret_cast<const char*>(image.data()), image.size());
+        if (!seen.insert(std::hash<std::string_view>()(bytes) * 64 + committed).second)
+            return;
         ++images;
         const Tree tree = iTreeOf(image);
         const bool known = tree == states[committed] || (committed + 1 < states.size() && tree == states[committed + 1]);
@@ -189,6 +201,7 @@ private:
     }
 
     std::vector<Tree> states;
+    std::unordered_set<std::size_t> seen;
     std::mt19937 random{20231};
 };
 
@@ -196,16 +209,23 @@ TEST(PowerCut, EverySaveLeavesTheOldOrTheNewState)
 {
     const bool full = std::getenv("KVDM_TEST_FULL") != nullptr;
     Cuts cuts;
+    std::size_t saves = 0;
     for (const Save& save : allSaves()) {
         if (save.isLarge && !full)
             continue;
+        const std::size_t before = cuts.images;
         SCOPED_TRACE(save.what + ", version " + std::to_string(save.version));
-        cuts.run(save, save.isLarge ? 4 : full ? 40 : 3);
+        cuts.run(save, save.isLarge ? 30 : full ? 160 : 3);
         if (HasFatalFailure())
             return;
+        ++saves;
+        if (full)
+            std::printf("%6zu  %s, version %u\n", cuts.images - before, save.what.c_str(), save.version);
     }
     RecordProperty("images", std::to_string(cuts.images));
-    std::printf("%lu images of cut saves\n", cuts.images);
+    std::printf("%zu different images of %zu cut saves\n", cuts.images, saves);
+    EXPECT_GE(saves, 20u);
+    EXPECT_GE(cuts.images, full ? 20000u : 1000u);
 }
 
 TEST(PowerCut, AFullOrFailingMediumLeavesTheOldStateAndTheSaveCanBeRepeated)
