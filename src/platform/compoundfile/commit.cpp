@@ -82,8 +82,12 @@ void CompoundFile::iCheckDisjoint(const TableUpdate& update)
         if (content->isChanged())
             addChain(content->sectors());
     }
-    for (const auto& [first, end] : retired.all())
+    for (const auto& [first, end] : retired.all()) {
         all.push_back({first, end - first});
+        const auto start = largeStarts.lower_bound(first);
+        if (start != largeStarts.end() && *start < end) // a stream that stays begins there
+            throw suOleException(STG_E_DOCFILECORRUPT);
+    }
     if (!update.isDisjointFrom(std::move(all)))
         throw suOleException(STG_E_DOCFILECORRUPT);
 }

@@ -168,7 +168,7 @@ void CompoundFile::iStart()
     toWrite.clear();
     retired.clear();
     mostContents = leastContents;
-    smallStreamsChecked = false;
+    streamsChecked = false;
     torn = false;
     if (!mayWrite)
         file.keepWritesInMemory(table.offsetOf(table.sectorCount()));
@@ -263,30 +263,29 @@ void CompoundFile::iCheckWhole() const
         throw suOleException(STG_E_CANTSAVE);
 }
 
-// In a damaged file small streams may share sectors, or lie where none are in use: what is placed there would not stay. Looked at once,
-// before the first of them goes or comes; of a file with very many streams, the first ones in the tree.
-void CompoundFile::iCheckSmallStreams()
+// In a damaged file streams may share sectors, and small ones lie where none are in use: what is placed there would not stay.
+// Looked at once, before the first of them goes or comes; of a file with very many streams, the first ones in the tree.
+void CompoundFile::iCheckStreams()
 {
-    if (smallStreamsChecked)
+    if (streamsChecked)
         return;
+    largeStarts.clear();
     std::vector<bool> claimed;
     std::vector<ElementId> storages{rootId};
     std::size_t seen = 0;
-    for (std::size_t i = 0; i < storages.size(); ++i) {
+    for (std::size_t i = 0; i < storages.size() && seen < mostStreamsChecked; ++i) {
         for (const ElementId id : directory.children(storages[i])) {
-            if (++seen > mostStreamsChecked) {
-                smallStreamsChecked = true;
-                return;
-            }
+            if (++seen > mostStreamsChecked)
+                break;
             const EntryView entry = directory.entry(id);
             const std::uint64_t size = directory.sizeOf(id);
             if (entry.type() != EntryType::stream)
                 storages.push_back(id);
-            else if (size < miniCutoff && !mini.claim(entry.start(), size, claimed))
+            else if (size < miniCutoff ? !mini.claim(entry.start(), size, claimed) : !largeStarts.insert(entry.start()).second)
                 throw suOleException(STG_E_DOCFILECORRUPT);
         }
     }
-    smallStreamsChecked = true;
+    streamsChecked = true;
 }
 
 ElementId CompoundFile::create(ElementId storage, std::u16string_view name, bool isStorage)
@@ -315,7 +314,7 @@ void CompoundFile::destroy(ElementId storage, ElementId element)
         const std::vector<ElementId> below = directory.children(all[i]);
         all.insert(all.end(), below.begin(), below.end());
     }
-    iCheckSmallStreams();
+    iCheckStreams();
     directory.unlink(storage, element);
     torn = true;
     for (const ElementId id : all) {
@@ -355,7 +354,9 @@ void CompoundFile::iDropContent(ElementId stream)
     const std::shared_ptr<StreamContent> bytes = content(stream, false);
     const EntryView entry = directory.entry(stream);
     const std::uint64_t size = directory.sizeOf(stream);
-    if (size != 0 && size < miniCutoff)
+    if (size >= miniCutoff)
+        largeStarts.erase(entry.start());
+    else if (size != 0)
         mini.release(entry.start(), size);
     bytes->discard();
     iRetire(bytes->droppedSectors());
@@ -397,7 +398,7 @@ void CompoundFile::iPlaceContent(ElementId stream, StreamContent& content)
     content.flush();
     if (!content.isChanged())
         return;
-    iCheckSmallStreams();
+    iCheckStreams();
     const EntryView before = directory.entry(stream);
     const std::uint64_t sizeBefore = directory.sizeOf(stream);
     const std::uint32_t startBefore = before.start();
@@ -406,8 +407,12 @@ void CompoundFile::iPlaceContent(ElementId stream, StreamContent& content)
     EntryEditor entry = directory.edit(stream);
     entry.setStart(start);
     entry.setSize(content.size());
-    if (sizeBefore != 0 && sizeBefore < miniCutoff)
+    if (sizeBefore >= miniCutoff)
+        largeStarts.erase(startBefore);
+    else if (sizeBefore != 0)
         mini.release(startBefore, sizeBefore);
+    if (!content.isSmall())
+        largeStarts.insert(start);
     iRetire(content.droppedSectors());
     if (content.isSmall())
         content.settle(start);

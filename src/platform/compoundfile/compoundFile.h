@@ -11,6 +11,7 @@
 
 #include <map>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 
 namespace kvdm {
@@ -66,7 +67,7 @@ private:
     void iStartReplacement();
     bool iTablesAgree();
     void iCheckWhole() const;
-    void iCheckSmallStreams();
+    void iCheckStreams();
     void iDropContent(ElementId stream);
     void iRetire(std::vector<SectorChain::Run>& dropped);
     void iPlaceContent(ElementId stream, StreamContent& content);
@@ -91,11 +92,12 @@ private:
     std::map<ElementId, std::shared_ptr<StreamContent>> toWrite;
     SectorSet retired; // of the committed state, not used by the working state
     bool mayWrite = false;
-    bool smallStreamsChecked = false;
-    bool isReplacing = false; // the committed state is another file, which the first commit replaces
-    bool leavesGap = false;   // that was so
-    DWORD gapFlags = 0;       // of that commit
-    bool torn = false;        // a change was cut short, by exhausted memory or by damage
+    bool streamsChecked = false;
+    std::set<std::uint32_t> largeStarts; // the first sectors of large streams, once they were looked at
+    bool isReplacing = false;            // the committed state is another file, which the first commit replaces
+    bool leavesGap = false;              // that was so
+    DWORD gapFlags = 0;                  // of that commit
+    bool torn = false;                   // a change was cut short, by exhausted memory or by damage
 };
 
 // Whether the bytes begin as those of a compound file do: S_OK or S_FALSE, or why they cannot be read.
