@@ -3,6 +3,7 @@
 //
 // What reads must store, and what was stored must read back to the same thing. Maps turn the order within a bucket of their
 // table with each reading, so that a stream is compared with the one after the next.
+#include "PiecewiseFile.h"
 #include "storage/archive/su_CArchive.h"
 #include "storage/archive/suMemoryFile.h"
 #include "storage/headers/dmConfigMgrHeader_c.h"
@@ -14,24 +15,8 @@
 namespace {
 
 using namespace kvdm;
+using fuzz::PiecewiseFile;
 using Bytes = std::vector<std::uint8_t>;
-
-class PiecewiseFile final : public suFile
-{
-public:
-    explicit PiecewiseFile(Bytes bytes) : inner(std::move(bytes)) {}
-    std::size_t Read(void* buffer, std::size_t count) override { return inner.Read(buffer, std::min<std::size_t>(count, 7)); }
-    void Write(const void* buffer, std::size_t count) override { inner.Write(buffer, count); }
-    std::uint64_t Seek(std::int64_t offset, Origin origin) override { return inner.Seek(offset, origin); }
-    std::uint64_t GetPosition() override { return inner.GetPosition(); }
-    std::uint64_t GetLength() override { return inner.GetLength(); }
-    void SetLength(std::uint64_t bytes) override { inner.SetLength(bytes); }
-    void Flush() override {}
-    void Close() override {}
-
-private:
-    suMemoryFile inner;
-};
 
 std::shared_ptr<su_CObject> readFrom(suFile& file, int version, std::size_t bufferSize)
 {
@@ -88,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::shared_ptr<su_CObject> first;
     try {
         if (data[2] & 1) {
-            PiecewiseFile file(std::move(bytes));
+            PiecewiseFile file(std::move(bytes), 7);
             first = readFrom(file, version, bufferSize);
         } else {
             suMemoryFile file(std::move(bytes));

@@ -3,6 +3,7 @@
 //
 // A file that knows its length and one that does not must give the same entry, and it is a piece of what was put in. What
 // comes out on the disk must be what the decompressor gives in memory, and nothing stays behind.
+#include "PiecewiseFile.h"
 #include "platform/files/files.h"
 #include "storage/archive/su_CArchive.h"
 #include "storage/archive/suMemoryFile.h"
@@ -19,6 +20,7 @@
 namespace {
 
 using namespace kvdm;
+using fuzz::PiecewiseFile;
 using Bytes = std::vector<std::uint8_t>;
 
 void require(bool holds)
@@ -26,24 +28,6 @@ void require(bool holds)
     if (!holds)
         std::abort();
 }
-
-// As a decoder gives its output: in small pieces, to an unknown end.
-class PiecewiseFile final : public suFile
-{
-public:
-    explicit PiecewiseFile(Bytes bytes) : inner(std::move(bytes)) {}
-    std::size_t Read(void* buffer, std::size_t count) override { return inner.Read(buffer, std::min<std::size_t>(count, 251)); }
-    void Write(const void* buffer, std::size_t count) override { inner.Write(buffer, count); }
-    std::uint64_t Seek(std::int64_t offset, Origin origin) override { return inner.Seek(offset, origin); }
-    std::uint64_t GetPosition() override { return inner.GetPosition(); }
-    std::uint64_t GetLength() override { return inner.GetLength(); }
-    void SetLength(std::uint64_t bytes) override { inner.SetLength(bytes); }
-    void Flush() override {}
-    void Close() override {}
-
-private:
-    suMemoryFile inner;
-};
 
 // Head and payload of an entry; empty when there is none that is whole.
 std::optional<Bytes> localBody(suFile& file, int version, std::int32_t index)
@@ -96,7 +80,7 @@ void extract(su_CArchive& archive, const LocalBody* entry, const Bytes& stored, 
 void readLocalBodies(const Bytes& input, int version, std::int32_t index)
 {
     suMemoryFile whole(input);
-    PiecewiseFile pieces(input);
+    PiecewiseFile pieces(input, 251);
     const std::optional<Bytes> body = localBody(whole, version, index);
     require(body == localBody(pieces, version, index));
     if (!body)
@@ -111,7 +95,7 @@ void readLocalBodies(const Bytes& input, int version, std::int32_t index)
 
 void readBodyStream(const Bytes& input, std::size_t prefix)
 {
-    PiecewiseFile file(input);
+    PiecewiseFile file(input, 251);
     su_CArchive archive(&file, su_CArchive::load | su_CArchive::noFlushOnDelete);
     extract(archive, nullptr, input, prefix);
 }
