@@ -344,5 +344,67 @@ TEST_F(SharedFile, MissingForeignAndTruncatedFilesHaveTheirStatuses)
     EXPECT_EQ(StgIsStorageFile(name.c_str()), S_FALSE);
 }
 
+TEST_F(SharedFile, ASaveOfAFileThatWasRemovedOrReplacedIsNotSilentlyLost)
+{
+    for (const bool replaced : {false, true}) {
+        CompoundFileBuilder builder;
+        builder.write(nativeName);
+        builder.write(folder / "other");
+        const Bytes other = readWholeFile(folder / "other");
+        ComPtr<IStorage> storage;
+        ASSERT_EQ(open(writing, storage), S_OK);
+        ASSERT_TRUE(writeStream(*storage, u"new", patternBytes(10000)));
+        if (replaced)
+            std::filesystem::rename(folder / "other", nativeName);
+        else
+            std::filesystem::remove(nativeName);
+        EXPECT_EQ(storage->Commit(STGC_DEFAULT), STG_E_FILENOTFOUND);
+        EXPECT_EQ(readStream(*storage, u"new"), patternBytes(10000)) << "it can still be copied elsewhere";
+        storage.reset();
+        EXPECT_EQ(readWholeFile(nativeName), replaced ? other : Bytes());
+    }
+}
+
+// As a user without rights meets them; the superuser has all.
+TEST_F(SharedFile, FilesAndFoldersThatMayNotBeWrittenHaveTheirStatuses)
+{
+    const std::string inner = folder / "inner", locked = inner + "/locked", open = inner + "/open";
+    std::filesystem::create_directory(inner);
+    for (const std::string& path : {locked, open}) {
+        std::filesystem::copy_file(nativeName, path);
+        std::filesystem::permissions(path, std::filesystem::perms(path == open ? 0666 : 0444));
+    }
+    std::filesystem::permissions(std::filesystem::path(inner).parent_path(), std::filesystem::perms(0755));
+    std::filesystem::permissions(inner, std::filesystem::perms(0555));
+    const Bytes before = readWholeFile(locked);
+    EXPECT_EQ(inChild([&] {
+                  if (geteuid() == 0 && setuid(65534) != 0)
+                      return 100;
+                  const auto wideName = [](const std::string& path) { return std::u16string(path.begin(), path.end()); };
+                  ComPtr<IStorage> storage;
+                  if (StgOpenStorage(wideName(locked).c_str(), nullptr, writing, nullptr, 0, storage.put()) != STG_E_ACCESSDENIED)
+                      return 1;
+                  if (StgCreateDocfile(wideName(locked).c_str(), 0x11022, 0, storage.put()) != STG_E_ACCESSDENIED)
+                      return 2;
+                  if (StgCreateDocfile(wideName(inner + "/new").c_str(), 0x11022, 0, storage.put()) != STG_E_ACCESSDENIED)
+                      return 3;
+                  if (StgOpenStorage(wideName(locked).c_str(), nullptr, readingOn, nullptr, 0, storage.put()) != S_OK)
+                      return 4;
+                  // Neither a save nor a new file in the place of another one needs anything of the folder.
+                  if (StgOpenStorage(wideName(open).c_str(), nullptr, writing, nullptr, 0, storage.put()) != S_OK ||
+                      !writeStream(*storage, u"new", patternBytes(5000)) || storage->Commit(STGC_DEFAULT) != S_OK)
+                      return 5;
+                  storage.reset();
+                  if (StgCreateDocfile(wideName(open).c_str(), 0x11022, 0, storage.put()) != S_OK ||
+                      !writeStream(*storage, u"only", patternBytes(5000)) || storage->Commit(STGC_DEFAULT) != S_OK)
+                      return 6;
+                  return 0;
+              }),
+              0);
+    std::filesystem::permissions(inner, std::filesystem::perms(0755));
+    EXPECT_EQ(readWholeFile(locked), before);
+    EXPECT_EQ(readTree(*openStorageOf(readWholeFile(open))), (Tree{{u"only", patternBytes(5000)}}));
+}
+
 } // namespace
 } // namespace kvdm::test

@@ -94,7 +94,7 @@ public:
     // Fewer bytes than asked only at the end of the file.
     virtual std::uint32_t readAt(std::uint64_t offset, void* buffer, std::size_t count, std::size_t& read) noexcept = 0;
     virtual std::uint32_t writeAt(std::uint64_t offset, const void* buffer, std::size_t count, std::size_t& written) noexcept = 0;
-    virtual std::uint32_t flush() noexcept = 0; // to the medium
+    virtual std::uint32_t flush() noexcept = 0; // to the medium; errorFileNotFound when the file was removed meanwhile
     virtual std::uint32_t size(std::uint64_t& bytes) noexcept = 0;
     virtual std::uint32_t setSize(std::uint64_t bytes) noexcept = 0;
     // Exclusive byte-range locks that hold between handles of one process and between processes; never waits:

@@ -79,8 +79,8 @@ FILETIME fileTimeFrom(std::int64_t seconds, std::int64_t nanoseconds)
 class PosixFile final : public OpenFile
 {
 public:
-    PosixFile(Descriptor file, bool mayWrite, std::string folderOfNewFile) noexcept
-        : descriptor(std::move(file)), writable(mayWrite), unsyncedFolder(std::move(folderOfNewFile))
+    PosixFile(Descriptor file, bool mayWrite, std::string folderOfNewFile, bool named) noexcept
+        : descriptor(std::move(file)), writable(mayWrite), unsyncedFolder(std::move(folderOfNewFile)), hasName(named)
     {}
 
     std::uint32_t readAt(std::uint64_t offset, void* buffer, std::size_t count, std::size_t& read) noexcept override
@@ -125,6 +125,10 @@ public:
             return errorNone; // nothing can be pending
         if (uninterrupted([&] { return ::fdatasync(descriptor.get()); }) != 0)
             return systemErrorOf(errno, errorWriteFault);
+        // What is written to a file that somebody has removed, or put another in the place of, is seen by nobody.
+        struct stat status;
+        if (hasName && ::fstat(descriptor.get(), &status) == 0 && status.st_nlink == 0)
+            return errorFileNotFound;
         if (!unsyncedFolder.empty()) {
             // The name of a new file lasts when its folder has been written. Some file systems cannot do that.
             const Descriptor folder(::open(unsyncedFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -245,6 +249,7 @@ private:
     bool writable;
     bool lockDescriptorTried = false;
     std::string unsyncedFolder; // of a file that this object made, until it has been flushed
+    bool hasName;               // it had one when it was opened
     std::vector<Range> ranges;
 };
 
@@ -306,7 +311,7 @@ std::unique_ptr<OpenFile> openFile(std::u16string_view path, FileAccess access, 
             folder = ".";
     }
     error = errorNone;
-    return std::make_unique<PosixFile>(std::move(file), mayWrite, std::move(folder));
+    return std::make_unique<PosixFile>(std::move(file), mayWrite, std::move(folder), status.st_nlink != 0);
 }
 
 } // namespace kvdm
