@@ -101,6 +101,8 @@ void CompoundFile::iStartReplacement()
     contents.clear();
     toWrite.clear();
     retired.clear();
+    mostContents = leastContents;
+    streamsChecked = false;
     torn = false;
     const HRESULT status =
         file.readFirst(headerOnDisk.data(), headerBytes) == headerBytes ? CompoundHeader::decode(headerOnDisk, header) : STG_E_READFAULT;
