@@ -3,7 +3,6 @@
 #include "common/exceptions.h"
 
 #include <algorithm>
-#include <bitset>
 #include <cstring>
 #include <utility>
 
@@ -262,24 +261,26 @@ bool TableUpdate::isDisjointFrom(std::vector<SectorRun> others) const
         if (others[i - 1].sector + others[i - 1].count > others[i].sector)
             return false;
     }
-    // The other table sectors are many. Which stretches of the file are spoken of at all answers nearly every question.
-    constexpr std::uint32_t stretches = 1 << 16;
-    std::bitset<stretches> touched;
-    unsigned shift = 0;
-    while (shift < 31 && allocator.end() >> shift >= stretches)
-        ++shift;
-    for (const SectorRun& run : others) {
-        for (std::uint32_t i = run.sector >> shift; i <= (run.sector + run.count - 1) >> shift && i < stretches; ++i)
-            touched.set(i);
-    }
-    for (std::uint32_t page = 0; page < places.size(); ++page) {
-        const std::uint32_t place = places[page];
-        if (place >> shift >= stretches || !touched[place >> shift] || edited.contains(page))
-            continue;
+    // The other table sectors are many, but mostly lie together: a whole row of them is asked for at once.
+    const auto touches = [&](std::uint32_t first, std::uint32_t last) {
         const auto behind =
-            std::upper_bound(others.begin(), others.end(), place, [](std::uint32_t s, const SectorRun& run) { return s < run.sector; });
-        if (behind != others.begin() && std::prev(behind)->sector + std::prev(behind)->count > place)
-            return false;
+            std::upper_bound(others.begin(), others.end(), last, [](std::uint32_t s, const SectorRun& run) { return s < run.sector; });
+        return behind != others.begin() && std::prev(behind)->sector + std::prev(behind)->count > first;
+    };
+    constexpr std::size_t row = 64;
+    for (std::size_t from = 0; from < places.size(); from += row) {
+        const std::size_t end = std::min(from + row, places.size());
+        std::uint32_t lowest = places[from], highest = places[from];
+        for (std::size_t i = from; i < end; ++i) {
+            lowest = std::min(lowest, places[i]);
+            highest = std::max(highest, places[i]);
+        }
+        if (!touches(lowest, highest))
+            continue;
+        for (std::size_t i = from; i < end; ++i) {
+            if (touches(places[i], places[i]) && !edited.contains(static_cast<std::uint32_t>(i)))
+                return false;
+        }
     }
     return true;
 }
