@@ -236,11 +236,13 @@ TEST_F(Files, ReadsAndWritesByPosition)
     EXPECT_EQ(reader->setSize(0), errorAccessDenied);
     EXPECT_EQ(reader->flush(), 0u);
 
+    std::uint64_t bytes = 0;
     FILETIME created, accessed, modified;
-    EXPECT_EQ(file->times(created, accessed, modified), 0u);
+    EXPECT_EQ(file->sizeAndTimes(bytes, created, accessed, modified), 0u);
     const timespec moment[2] = {{1'000'000'000, 0}, {1'234'567'890, 500}};
     ::utimensat(AT_FDCWD, (root + "/data").c_str(), moment, 0);
-    EXPECT_EQ(file->times(created, accessed, modified), 0u);
+    EXPECT_EQ(file->sizeAndTimes(bytes, created, accessed, modified), 0u);
+    EXPECT_EQ(bytes, 5u);
     EXPECT_EQ((std::uint64_t{modified.dwHighDateTime} << 32) | modified.dwLowDateTime, 128790414900000005u);
     EXPECT_EQ((std::uint64_t{accessed.dwHighDateTime} << 32) | accessed.dwLowDateTime, 126444736000000000u);
 }

@@ -77,11 +77,9 @@ public:
         statistics->type = STGTY_LOCKBYTES;
         statistics->grfLocksSupported = LOCK_EXCLUSIVE | LOCK_ONLYONCE;
         std::uint64_t bytes = 0;
-        if (const std::uint32_t error = file->size(bytes))
+        if (const std::uint32_t error = file->sizeAndTimes(bytes, statistics->ctime, statistics->atime, statistics->mtime))
             return storageStatusOf(error);
         statistics->cbSize.QuadPart = bytes;
-        if (const std::uint32_t error = file->times(statistics->ctime, statistics->atime, statistics->mtime))
-            return storageStatusOf(error);
         if (flag & STATFLAG_NONAME)
             return S_OK;
         auto* copy = static_cast<OLECHAR*>(CoTaskMemAlloc((name.size() + 1) * sizeof(OLECHAR)));

@@ -101,7 +101,7 @@ public:
     // errorLockViolation when another handle holds any byte of the range.
     virtual std::uint32_t lock(std::uint64_t offset, std::uint64_t count) noexcept = 0;
     virtual std::uint32_t unlock(std::uint64_t offset, std::uint64_t count) noexcept = 0;
-    virtual std::uint32_t times(FILETIME& created, FILETIME& accessed, FILETIME& modified) noexcept = 0;
+    virtual std::uint32_t sizeAndTimes(std::uint64_t& bytes, FILETIME& created, FILETIME& accessed, FILETIME& modified) noexcept = 0;
 };
 
 // Opens a plain file (a folder is errorAccessDenied). Null and an error when it cannot be had. New files get the usual rights.

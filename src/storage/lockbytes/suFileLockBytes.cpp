@@ -128,10 +128,9 @@ HRESULT suFileLockBytes::Stat(STATSTG* statistics, DWORD flag) noexcept
     answer.grfLocksSupported = LOCK_EXCLUSIVE | LOCK_ONLYONCE;
     HRESULT status = iOnFile([&](OpenFile& target) {
         std::uint64_t size = 0;
-        if (const std::uint32_t error = target.size(size); error != errorNone)
-            return error;
+        const std::uint32_t error = target.sizeAndTimes(size, answer.ctime, answer.atime, answer.mtime);
         answer.cbSize.QuadPart = size;
-        return target.times(answer.ctime, answer.atime, answer.mtime);
+        return error;
     });
     if (FAILED(status))
         return status;

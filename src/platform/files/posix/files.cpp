@@ -93,9 +93,11 @@ bool sameFile(const struct stat& left, const struct stat& right)
 
 bool fileAccess(std::u16string_view path, int mode)
 {
-    const std::optional<std::string> native = nativePath(path);
+    const std::optional<NativeFile> native = nativeFile(path);
     const int wanted = ((mode & 2) ? W_OK : 0) | ((mode & 4) ? R_OK : 0);
-    return native && ::faccessat(AT_FDCWD, native->c_str(), wanted ? wanted : F_OK, AT_EACCESS) == 0;
+    if (native && !wanted && native->mode != 0 && !S_ISLNK(native->mode))
+        return true; // seen already
+    return native && ::faccessat(AT_FDCWD, native->path.c_str(), wanted ? wanted : F_OK, AT_EACCESS) == 0;
 }
 
 bool deleteFile(std::u16string_view path)

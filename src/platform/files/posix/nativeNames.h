@@ -3,7 +3,10 @@
 
 #include <kvdocmgr/text.h>
 
+#include <sys/types.h>
+
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -31,5 +34,14 @@ constexpr ParentAndName parentAndName(std::string_view native) noexcept
     const std::size_t slash = native.rfind('/');
     return slash == std::string_view::npos ? ParentAndName{{}, native} : ParentAndName{native.substr(0, slash + 1), native.substr(slash + 1)};
 }
+
+// What nativePath (files.h) gives, with the kind of file that stands under the path as it was asked for: 0 when nothing does, or
+// when that was not looked at. A link is S_IFLNK, whatever it leads to.
+struct NativeFile
+{
+    std::string path;
+    mode_t mode = 0;
+};
+std::optional<NativeFile> nativeFile(std::u16string_view path);
 
 } // namespace kvdm

@@ -92,17 +92,22 @@ std::string joinBelow(const Mapping& mapping, std::u16string_view rest)
     return path;
 }
 
-bool isThere(const std::string& path)
+bool isThere(const std::string& path, mode_t* mode = nullptr)
 {
     struct stat status;
-    return ::lstat(path.c_str(), &status) == 0 || (errno != ENOENT && errno != ENOTDIR);
+    if (::lstat(path.c_str(), &status) != 0)
+        return errno != ENOENT && errno != ENOTDIR;
+    if (mode)
+        *mode = status.st_mode;
+    return true;
 }
 
 // Replaces each component that does not exist by the one that differs in case alone, as far as there is one.
-std::string resolveCase(std::string path)
+NativeFile resolveCase(std::string path)
 {
-    if (path.empty() || isThere(path))
-        return path;
+    mode_t mode = 0;
+    if (path.empty() || isThere(path, &mode))
+        return {std::move(path), mode};
     // The longest part that exists as it is written; mostly the folder.
     std::size_t good = path.size();
     do {
@@ -119,7 +124,7 @@ std::string resolveCase(std::string path)
         if (!component.empty() && !isThere(resolved + std::string(component))) {
             const auto actual = findEntryNoCase(resolved, component);
             if (!actual)
-                return resolved.append(rest);
+                return {resolved.append(rest), 0};
             resolved += *actual;
         } else {
             resolved += component;
@@ -130,12 +135,18 @@ std::string resolveCase(std::string path)
             rest.remove_prefix(1);
         }
     }
-    return resolved;
+    return {std::move(resolved), 0};
 }
 
 } // namespace
 
 std::optional<std::string> nativePath(std::u16string_view path)
+{
+    std::optional<NativeFile> file = nativeFile(path);
+    return file ? std::optional(std::move(file->path)) : std::nullopt;
+}
+
+std::optional<NativeFile> nativeFile(std::u16string_view path)
 {
     if (path.empty() || path.find(u'\0') != std::u16string_view::npos)
         return std::nullopt;

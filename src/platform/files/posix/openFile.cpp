@@ -196,12 +196,14 @@ public:
         return error;
     }
 
-    std::uint32_t times(FILETIME& created, FILETIME& accessed, FILETIME& modified) noexcept override
+    std::uint32_t sizeAndTimes(std::uint64_t& bytes, FILETIME& created, FILETIME& accessed, FILETIME& modified) noexcept override
     {
+        bytes = 0;
         created = accessed = modified = {};
         struct statx status;
         if (::statx(descriptor.get(), "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &status) != 0)
             return systemErrorOf(errno, errorReadFault);
+        bytes = status.stx_size;
         const auto from = [](const struct statx_timestamp& time) { return fileTimeFrom(time.tv_sec, time.tv_nsec); };
         accessed = from(status.stx_atime);
         modified = from(status.stx_mtime);
@@ -265,13 +267,15 @@ bool parentExists(const std::string& native)
 std::unique_ptr<OpenFile> openFile(std::u16string_view path, FileAccess access, FileCreation creation, std::uint32_t& error)
 {
     error = errorPathNotFound;
-    const std::optional<std::string> native = nativePath(path);
-    if (!native)
+    const std::optional<NativeFile> file = nativeFile(path);
+    if (!file)
         return nullptr;
+    const std::string& native = file->path;
 
     // Asked first: opening alone already does something to a device or a pipe.
     struct stat status;
-    const bool exists = ::stat(native->c_str(), &status) == 0;
+    status.st_mode = file->mode;
+    const bool exists = S_ISREG(file->mode) || ::stat(native.c_str(), &status) == 0;
     if (exists && creation == FileCreation::createNew) {
         error = errorFileExists;
         return nullptr;
@@ -289,29 +293,29 @@ std::unique_ptr<OpenFile> openFile(std::u16string_view path, FileAccess access, 
         flags |= O_CREAT;
     if (creation == FileCreation::createNew)
         flags |= O_EXCL;
-    Descriptor file = openDescriptor(native->c_str(), flags);
-    if (!file) {
+    Descriptor descriptor = openDescriptor(native.c_str(), flags);
+    if (!descriptor) {
         error = systemErrorOf(errno, errorAccessDenied);
-        if (error == errorFileNotFound && !parentExists(*native))
+        if (error == errorFileNotFound && !parentExists(native))
             error = errorPathNotFound;
         return nullptr;
     }
-    if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         error = errorAccessDenied;
         return nullptr;
     }
-    if (creation == FileCreation::createAlways && status.st_size != 0 && uninterrupted([&] { return ::ftruncate(file.get(), 0); }) != 0) {
+    if (creation == FileCreation::createAlways && status.st_size != 0 && uninterrupted([&] { return ::ftruncate(descriptor.get(), 0); }) != 0) {
         error = systemErrorOf(errno, errorWriteFault);
         return nullptr;
     }
     std::string folder;
     if (!exists) {
-        folder = parentAndName(*native).folder;
+        folder = parentAndName(native).folder;
         if (folder.empty())
             folder = ".";
     }
     error = errorNone;
-    return std::make_unique<PosixFile>(std::move(file), mayWrite, std::move(folder), status.st_nlink != 0);
+    return std::make_unique<PosixFile>(std::move(descriptor), mayWrite, std::move(folder), status.st_nlink != 0);
 }
 
 } // namespace kvdm
