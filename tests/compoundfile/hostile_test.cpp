@@ -211,6 +211,32 @@ TEST(CompoundFileDamage, StoragesThatShareChildrenDoNotMultiply)
     EXPECT_LE(readTree(*storage).size(), 60u);
 }
 
+// Followed for each of them, the one tree would take minutes.
+TEST(CompoundFileDamage, ManyStoragesThatLeadIntoOneTreeCostItOnce)
+{
+    constexpr int many = 20000;
+    CompoundFileBuilder builder;
+    const auto numbered = [](char16_t letter, int i) {
+        const std::string digits = std::to_string(i);
+        return letter + std::u16string(digits.begin(), digits.end());
+    };
+    BuilderNode& first = builder.root().storage(u"A");
+    for (int i = 0; i < many; ++i) {
+        first.stream(numbered(u's', i), Bytes());
+        builder.root().storage(numbered(u'S', i));
+    }
+    Bytes bytes = builder.build();
+    const std::size_t entries = builder.sectorOffset(getLe32(bytes, 48)); // its sectors follow one another
+    const std::uint32_t tree = getLe32(bytes, entries + 128 * builder.placeOf({u"A"}).directoryEntry + 76);
+    for (std::size_t entry = entries; entry < entries + 128u * (2 * many + 2); entry += 128) {
+        if (bytes[entry] == 'S' && bytes[entry + 66] == 1)
+            putLe32(bytes, entry + 76, tree);
+    }
+    const auto storage = openStorageOf(bytes);
+    ASSERT_TRUE(storage);
+    EXPECT_EQ(readTree(*storage).size(), 2u * many + 1);
+}
+
 TEST(CompoundFileDamage, NamesWithZeroUnitsOpenByWhatIsBeforeThem)
 {
     CompoundFileBuilder builder;

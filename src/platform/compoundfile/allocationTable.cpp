@@ -79,6 +79,10 @@ bool AllocationTable::iReadDifat()
         }
         places[before + i] = place;
     }
+    if (const std::size_t most = largestSector / linksPerSector() + 1; places.size() > most) { // more than sectors have numbers
+        places.resize(most);
+        nextDifat = endOfChain;
+    }
     return true;
 }
 

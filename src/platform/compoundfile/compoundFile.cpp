@@ -3,6 +3,8 @@
 #include "common/exceptions.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace kvdm {
@@ -153,11 +155,14 @@ void CompoundFile::iReadHeader()
         if (got < headerBytes)
             throw suOleException(STG_E_FILEALREADYEXISTS);
         HeaderBytes again;
-        if (file.readFresh(0, again.data(), headerBytes) == headerBytes && again == headerOnDisk)
-            break;
+        if (file.readFresh(0, again.data(), headerBytes) == headerBytes && again == headerOnDisk) {
+            if (const HRESULT status = CompoundHeader::decode(headerOnDisk, header); FAILED(status))
+                throw suOleException(status);
+            return;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    if (const HRESULT status = CompoundHeader::decode(headerOnDisk, header); FAILED(status))
-        throw suOleException(status);
+    throw suOleException(STG_E_LOCKVIOLATION);
 }
 
 void CompoundFile::iStart()

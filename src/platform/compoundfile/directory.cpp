@@ -55,7 +55,8 @@ std::vector<std::uint32_t> Directory::iWalk(std::uint32_t storage, bool& sound)
         if (id == noEntry)
             return std::nullopt;
         try {
-            if (id != 0 && seen.insert(id).second)
+            // Not below what another storage has reached: many storages that lead into one tree must not cost its size each.
+            if (seen.insert(id).second && iClaim(storage, id))
                 return entry(id);
         } catch (const suOleException&) {
         }
@@ -73,7 +74,7 @@ std::vector<std::uint32_t> Directory::iWalk(std::uint32_t storage, bool& sound)
         const Step step = stack.back();
         stack.pop_back();
         const EntryView node = entry(step.id);
-        if (node.isElement() && iClaim(storage, step.id)) {
+        if (node.isElement()) {
             sound = sound && step.depth <= deepestWalk && (found.empty() || compareNames(entry(found.back()).name(), node) < 0);
             found.push_back(step.id);
         } else

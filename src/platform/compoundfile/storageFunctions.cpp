@@ -156,6 +156,19 @@ extern "C"
             HRESULT status = kvdm::checkCreateMode(mode, true);
             if (FAILED(status))
                 return status;
+            struct NewFile
+            {
+                std::u16string name; // empty when it stays
+                ~NewFile()
+                {
+                    try {
+                        if (!name.empty())
+                            kvdm::deleteFile(name);
+                    } catch (...) {
+                        // It stays, then.
+                    }
+                }
+            } unfinished;
             std::u16string name;
             auto creation = (mode & STGM_CREATE) != 0 ? kvdm::FileCreation::openAlways : kvdm::FileCreation::createNew;
             if (path)
@@ -164,13 +177,18 @@ extern "C"
                 const auto made = kvdm::temporaryFile(kvdm::temporaryFolder(), u"kvd");
                 if (!made)
                     return STG_E_ACCESSDENIED;
-                name = *made;
+                name = unfinished.name = *made;
                 creation = kvdm::FileCreation::openAlways;
             }
             auto bytes = kvdm::openFileLockBytes(name, kvdm::FileAccess::readWrite, creation, status);
             if (!bytes)
                 return status;
-            return kvdm::createOn(std::move(bytes), mode, (mode & STGM_DELETEONRELEASE) != 0 ? name : std::u16string(), out);
+            if (creation == kvdm::FileCreation::createNew)
+                unfinished.name = name;
+            status = kvdm::createOn(std::move(bytes), mode, (mode & STGM_DELETEONRELEASE) != 0 ? name : std::u16string(), out);
+            if (SUCCEEDED(status))
+                unfinished.name.clear();
+            return status;
         });
     }
 
