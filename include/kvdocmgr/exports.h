@@ -17,13 +17,15 @@ extern "C"
 {
     // S_OK when no object of the library lives and no lock is held, S_FALSE otherwise.
     KVDOCMGR_API HRESULT DllCanUnloadNow() noexcept;
-    // CLASS_E_CLASSNOTAVAILABLE for any other class.
+    // The class object of CLSID_KvDMClassFactory, counted for the caller. CLASS_E_CLASSNOTAVAILABLE for any other class,
+    // E_NOINTERFACE for another interface, E_POINTER for an empty out-pointer; *out is null then.
     KVDOCMGR_API HRESULT DllGetClassObject(REFCLSID id, REFIID interfaceId, void** out) noexcept;
     // Off Windows there is no registry: both succeed and do nothing.
     KVDOCMGR_API HRESULT DllRegisterServer() noexcept;
     KVDOCMGR_API HRESULT DllUnregisterServer() noexcept;
 
-    // Drawing records for a host that draws. Each takes one argument record and returns 0 on success.
+    // Drawing records of a table or a custom property for a host that draws, asked by one argument record. Not yet: each
+    // always returns 1, as for a table or property that is not there, and neither reads nor writes the record.
     KVDOCMGR_API LONG GetTableDisplayList(void* record) noexcept;
     KVDOCMGR_API LONG GetCustomProperty(void* record) noexcept;
     KVDOCMGR_API LONG RemoveDynListItems(void* record) noexcept;
