@@ -1,5 +1,5 @@
-// The trace routine: operations of the storage layer pass it a line on entry. It discards the line; a debugging build of a
-// host may put a sink here, and only then is the line made.
+// The trace routine: operations of the storage layer pass it a line on entry. It discards the line; a program that links the
+// rooms (tests do, clients of the shared libraries cannot) may put a sink here, and only then is the line made.
 #pragma once
 
 #include <concepts>

@@ -1,4 +1,5 @@
-// A strict look at the structure of a compound file, independent of the code that reads and writes them.
+// A strict look at the structure of a compound file, by code of its own: of what reads and writes them it uses the layout of a
+// directory entry, little-endian numbers and the order of names, nothing that follows chains or trees.
 #pragma once
 
 #include <kvdocmgr/oletypes.h>

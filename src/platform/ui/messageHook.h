@@ -1,5 +1,5 @@
-// Messages that the system would show in a box. A host that wants to see them sets a hook; without one nothing is shown,
-// since the library runs inside programs that may have no screen.
+// Messages that the system would show in a box. A program that links the rooms (tests do, clients of the shared libraries
+// cannot) sees them by a hook; without one nothing is shown, since the library runs inside programs that may have no screen.
 #pragma once
 
 #include <string_view>
