@@ -99,8 +99,7 @@ void dmDocument_c::setToolboxPart(KvDmToolboxPartType type)
     suPropertyStore_c* store = getCustomProperties(false);
     if (!store)
         return;
-    const std::string digits = std::to_string(static_cast<LONG>(type));
-    const std::u16string value(digits.begin(), digits.end());
+    const std::u16string value = decimalText(static_cast<LONG>(type));
     if (!store->SetCustomProperty(u"IsToolboxPart", value))
         store->AddCustomProperty(u"IsToolboxPart", kvDmCustomInfoNumber, value);
 }

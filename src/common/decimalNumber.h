@@ -1,7 +1,8 @@
-// Numbers at the beginning of a text, as the C library of the system's platform reads them.
+// Numbers at the beginning of a text, as the C library of the system's platform reads them, and the way back.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace kvdm {
@@ -29,6 +30,12 @@ constexpr std::int32_t decimalNumber(std::u16string_view text) noexcept
             number = limit;
     }
     return static_cast<std::int32_t>(negative ? -number : number);
+}
+
+inline std::u16string decimalText(std::int64_t number)
+{
+    const std::string digits = std::to_string(number);
+    return {digits.begin(), digits.end()};
 }
 
 } // namespace kvdm

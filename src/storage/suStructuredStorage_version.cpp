@@ -17,12 +17,6 @@ constexpr std::size_t fewestElements = 4; // a storage with fewer has no version
 constexpr std::u16string_view versionPrefix = u"_MO_VERSION_";
 constexpr std::u16string_view displayListPrefix = u"_DL_VERSION_";
 
-std::u16string decimal(int number)
-{
-    const std::string digits = std::to_string(number);
-    return {digits.begin(), digits.end()};
-}
-
 // Calls visit with each name of a batch that the marker rule looks at, until visit returns false or a batch says that the
 // search is over. goesOn(batch) tells after each full batch whether the next one is looked at.
 template <class Visit, class GoesOn> void walkForMarker(IStorage& storage, Visit&& visit, GoesOn&& goesOn)
@@ -116,7 +110,7 @@ bool suStructuredStorage::iWriteVersionNode(std::u16string_view prefix, int vers
     trace([&] { return "suStructuredStorage::iWriteVersionNode(), nodeNameIn : " + toUtf8(prefix) + ", versionNumIn : " + std::to_string(version); });
     if (!rootStorage)
         return true;
-    const std::u16string target = std::u16string(prefix) + decimal(version);
+    const std::u16string target = std::u16string(prefix) + decimalText(version);
     std::u16string present;
     walkForMarker(
         *rootStorage,

@@ -199,6 +199,9 @@ TEST_F(Files, OpeningTellsWhyItFailed)
     EXPECT_EQ(read(root + "/plain"), "");
     EXPECT_TRUE(open("new", FileAccess::readWrite, FileCreation::createNew));
     EXPECT_TRUE(std::filesystem::exists(root + "/new"));
+    EXPECT_TRUE(open("private", FileAccess::readWrite, FileCreation::createPrivate));
+    EXPECT_EQ(std::filesystem::status(root + "/private").permissions(), std::filesystem::perms(0600));
+    EXPECT_FALSE(open("private", FileAccess::readWrite, FileCreation::createPrivate));
 }
 
 TEST_F(Files, ReadsAndWritesByPosition)
@@ -343,8 +346,17 @@ TEST_F(Files, RenamingNeverReplacesAFile)
 
 TEST_F(Files, FoldersAndAccess)
 {
-    EXPECT_TRUE(makeFolder(wide("new")));
-    EXPECT_FALSE(makeFolder(wide("NEW")));
+    EXPECT_TRUE(makePrivateFolder(wide("new")));
+    EXPECT_EQ(std::filesystem::status(root + "/new").permissions(), std::filesystem::perms::owner_all);
+    for (const auto& [mode, serves] : {std::pair{0777, false}, {0770, false}, {0702, false}, {0755, true}, {0700, true}}) {
+        ::chmod((root + "/new").c_str(), static_cast<mode_t>(mode));
+        EXPECT_EQ(makePrivateFolder(wide("NEW")), serves) << mode;
+    }
+    std::filesystem::create_symlink(root + "/new", root + "/link");
+    EXPECT_FALSE(makePrivateFolder(wide("link")));
+    if (::geteuid() == 0 && ::chown((root + "/new").c_str(), 1, 1) == 0) {
+        EXPECT_FALSE(makePrivateFolder(wide("new"))) << "somebody else's";
+    }
     write("new/inside");
     EXPECT_FALSE(removeFolder(wide("new")));
     EXPECT_FALSE(deleteFile(wide("new")));

@@ -57,7 +57,9 @@ std::u16string pathFromNative(std::string_view bytes);
 bool deleteFile(std::u16string_view path);
 bool renameFile(std::u16string_view from, std::u16string_view to);
 bool copyFile(std::u16string_view from, std::u16string_view to); // overwrites
-bool makeFolder(std::u16string_view path);
+// A folder that others can neither look into nor write to. One that is there already serves when it is no link, the user's own
+// and closed to other writers; else false.
+bool makePrivateFolder(std::u16string_view path);
 bool removeFolder(std::u16string_view path); // only an empty one
 bool hideFile(std::u16string_view path);     // the hidden attribute, where there is one
 std::optional<std::uint64_t> freeDiskSpace(std::u16string_view path);
@@ -79,9 +81,10 @@ enum class FileAccess
 enum class FileCreation
 {
     openExisting,
-    createAlways, // empties an existing file
-    createNew,    // fails when the file exists
-    openAlways    // keeps the content of an existing file
+    createAlways,  // empties an existing file
+    createNew,     // fails when the file exists
+    createPrivate, // the same, and only the owner can read it
+    openAlways     // keeps the content of an existing file
 };
 
 // An open file, read and written by position. Not for two threads at once without a lock of the caller's, except readAt and

@@ -1,5 +1,6 @@
 #include "storage/codecs/conversionFolder.h"
 
+#include "common/decimalNumber.h"
 #include "common/exceptions.h"
 #include "storage/suStreamFile.h"
 
@@ -8,12 +9,6 @@
 namespace kvdm {
 
 namespace {
-
-std::u16string decimal(std::uint32_t number)
-{
-    const std::string digits = std::to_string(number);
-    return {digits.begin(), digits.end()};
-}
 
 [[noreturn]] void throwSystemError(std::uint32_t error, const std::u16string& path)
 {
@@ -31,7 +26,7 @@ std::u16string conversionFolder()
     const char16_t separator = folder.starts_with(u'/') ? u'/' : u'\\';
     if (!folder.ends_with(u'/') && !folder.ends_with(u'\\'))
         folder += separator;
-    return folder + u"kvx" + decimal(processId()) + separator;
+    return folder + u"kvx" + decimalText(processId()) + separator;
 }
 
 void removeConversionFolder()
@@ -41,27 +36,20 @@ void removeConversionFolder()
     removeFolder(folder);
 }
 
-// The file is made under a free name that nobody could foresee and then takes the fixed one, so that a link or a file that
-// someone else has put under that name is replaced and never written through.
+// Everybody can foresee the names, and the folder may lie where everybody can write: a folder that somebody else has put there
+// or can change is refused, and the file is a new one, so that a link under its name is removed and never written through.
 ConversionFile::ConversionFile(std::u16string_view name)
 {
     const std::u16string folder = conversionFolder();
-    makeFolder(folder.substr(0, folder.size() - 1));
-    std::optional<std::u16string> fresh = temporaryFile(folder, u"kvx");
-    if (!fresh)
+    if (!makePrivateFolder(folder.substr(0, folder.size() - 1)))
         throw suFileException(suFileException::accessDenied, -1, folder);
-    filePath = folder + std::u16string(name);
-    deleteFile(filePath);
-    if (!renameFile(*fresh, filePath)) {
-        deleteFile(*fresh);
-        throw suFileException(suFileException::accessDenied, -1, filePath);
-    }
+    const std::u16string path = folder + std::u16string(name);
+    deleteFile(path);
     std::uint32_t error = errorNone;
-    file = openFile(filePath, FileAccess::readWrite, FileCreation::openExisting, error);
-    if (!file) {
-        deleteFile(filePath);
-        throwSystemError(error, filePath);
-    }
+    file = openFile(path, FileAccess::readWrite, FileCreation::createPrivate, error);
+    if (!file)
+        throwSystemError(error, path);
+    filePath = path;
 }
 
 ConversionFile::~ConversionFile()

@@ -17,8 +17,9 @@ std::u16string conversionFolder();
 // Removes the folder when it is there and empty.
 void removeConversionFolder();
 
-// A file of the folder (which is made when missing), new and empty, readable by its owner alone; removed by the destructor,
-// with the folder when it is empty then. Read and written by position; failures are suFileException.
+// A file of the folder (which is made when missing, and refused when others can write there), new and empty, readable by its
+// owner alone; removed by the destructor, with the folder when it is empty then. Read and written by position; failures are
+// suFileException.
 class ConversionFile
 {
 public:

@@ -1,5 +1,6 @@
 #include "storage/codecs/suPkZipProc_c.h"
 
+#include "common/decimalNumber.h"
 #include "platform/ui/messageHook.h"
 #include "storage/codecs/compressBlocks.h"
 #include "storage/codecs/conversionFolder.h"
@@ -29,8 +30,7 @@ constexpr std::uint32_t decompressSizeFactor = 5;
 
 std::u16string kilobytes(std::uint64_t bytes)
 {
-    const std::string digits = std::to_string((bytes + 1023) / 1024);
-    return {digits.begin(), digits.end()};
+    return decimalText(static_cast<std::int64_t>((bytes + 1023) / 1024));
 }
 
 } // namespace

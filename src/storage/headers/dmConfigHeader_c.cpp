@@ -1,5 +1,6 @@
 #include "storage/headers/dmConfigHeader_c.h"
 
+#include "common/decimalNumber.h"
 #include "storage/archive/su_CArchive.h"
 #include "storage/headers/dmSerializeContext.h"
 #include "storage/suStructuredStorage.h"
@@ -36,8 +37,7 @@ void dmConfigHeader_c::serialize(su_CArchive& archive)
 
 std::u16string dmConfigHeader_c::getConfigurationNodeName() const
 {
-    const std::string digits = std::to_string(configurationId);
-    return u"Config-" + std::u16string(digits.begin(), digits.end());
+    return u"Config-" + decimalText(configurationId);
 }
 
 void dmConfigHeader_c::loadProperties(suStructuredStorage& storage)

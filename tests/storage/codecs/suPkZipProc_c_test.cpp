@@ -117,6 +117,17 @@ TEST_F(PkZipConversion, LinkUnderATemporaryNameIsNotFollowed)
     std::getline(std::ifstream(victim), content);
     EXPECT_EQ(content, "precious");
     EXPECT_FALSE(std::filesystem::exists(folder));
+
+    // Nor a link in the place of the folder, nor is anything put where others can exchange it.
+    std::filesystem::create_directories(base / "other");
+    std::filesystem::create_directory_symlink(base / "other", folder);
+    EXPECT_EQ(suPkZipProc_c(source, target, true).compress(), suCompressProc_c::failed);
+    std::filesystem::remove(folder);
+    std::filesystem::create_directories(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms::all);
+    EXPECT_EQ(suPkZipProc_c(source, target, true).compress(), suCompressProc_c::failed);
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
+    EXPECT_TRUE(std::filesystem::is_empty(base / "other"));
 }
 
 } // namespace

@@ -172,10 +172,16 @@ bool copyFile(std::u16string_view from, std::u16string_view to)
     return good;
 }
 
-bool makeFolder(std::u16string_view path)
+bool makePrivateFolder(std::u16string_view path)
 {
     const std::optional<std::string> native = nativePath(path);
-    return native && ::mkdir(native->c_str(), 0777) == 0;
+    if (!native)
+        return false;
+    if (::mkdir(native->c_str(), S_IRWXU) == 0)
+        return true;
+    struct stat status;
+    return errno == EEXIST && ::lstat(native->c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
 }
 
 bool removeFolder(std::u16string_view path)

@@ -56,9 +56,9 @@ private:
 
 // Never one of the first three numbers: in a process whose standard output or error is closed, what is meant for a user would be
 // written into the document. errno tells why there is none.
-Descriptor openDescriptor(const char* path, int flags) noexcept
+Descriptor openDescriptor(const char* path, int flags, mode_t rights = 0666) noexcept
 {
-    Descriptor file(uninterrupted([&] { return ::open(path, flags, 0666); }));
+    Descriptor file(uninterrupted([&] { return ::open(path, flags, rights); }));
     if (!file || file.get() > STDERR_FILENO)
         return file;
     return Descriptor(::fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
@@ -276,7 +276,8 @@ std::unique_ptr<OpenFile> openFile(std::u16string_view path, FileAccess access, 
     struct stat status;
     status.st_mode = file->mode;
     const bool exists = S_ISREG(file->mode) || ::stat(native.c_str(), &status) == 0;
-    if (exists && creation == FileCreation::createNew) {
+    const bool makesNew = creation == FileCreation::createNew || creation == FileCreation::createPrivate;
+    if (exists && makesNew) {
         error = errorFileExists;
         return nullptr;
     }
@@ -291,9 +292,9 @@ std::unique_ptr<OpenFile> openFile(std::u16string_view path, FileAccess access, 
     int flags = (opensForWriting ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     if (creation != FileCreation::openExisting)
         flags |= O_CREAT;
-    if (creation == FileCreation::createNew)
+    if (makesNew)
         flags |= O_EXCL;
-    Descriptor descriptor = openDescriptor(native.c_str(), flags);
+    Descriptor descriptor = openDescriptor(native.c_str(), flags, creation == FileCreation::createPrivate ? 0600 : 0666);
     if (!descriptor) {
         error = systemErrorOf(errno, errorAccessDenied);
         if (error == errorFileNotFound && !parentExists(native))
