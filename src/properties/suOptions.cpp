@@ -3,6 +3,7 @@
 #include "platform/files/files.h"
 #include "platform/text/casing.h"
 
+#include <atomic>
 #include <map>
 
 namespace kvdm {
@@ -10,13 +11,14 @@ namespace kvdm {
 namespace {
 
 constexpr std::u16string_view optionsVariable = u"KESTROVANE_DUMP_OPTS";
+constexpr int unknown = -1;
 
-// Process-wide and unguarded, as the library runs on its client's thread.
+// Process-wide. A host sets registry and overrides before it opens documents; documents of several threads ask at once.
 struct OptionSources
 {
     std::map<std::u16string, bool, LessNoCase> overrides;
     const suOptionRegistry* registry = nullptr;
-    std::optional<bool> explorerProperties;
+    std::atomic<int> explorerProperties{unknown};
 };
 
 OptionSources& sources()
@@ -35,19 +37,19 @@ bool holds(const std::optional<std::u16string>& text, std::u16string_view name)
 void setOptionRegistry(const suOptionRegistry* registry) noexcept
 {
     sources().registry = registry;
-    sources().explorerProperties.reset();
+    sources().explorerProperties = unknown;
 }
 
 void setOptionOverride(std::u16string_view name, bool value)
 {
     sources().overrides.insert_or_assign(std::u16string(name), value);
-    sources().explorerProperties.reset();
+    sources().explorerProperties = unknown;
 }
 
 void clearOptionOverrides()
 {
     sources().overrides.clear();
-    sources().explorerProperties.reset();
+    sources().explorerProperties = unknown;
 }
 
 bool isOptionSet(std::u16string_view name)
@@ -68,10 +70,11 @@ bool isOptionSet(std::u16string_view name)
 
 bool useWindowsExplorerProperties()
 {
-    std::optional<bool>& known = sources().explorerProperties;
-    if (!known)
-        known = isOptionSet(u"USE_WINDOWS_EXPLORER_PROPERTIES");
-    return *known;
+    std::atomic<int>& answer = sources().explorerProperties;
+    int known = answer;
+    if (known == unknown)
+        answer = known = isOptionSet(u"USE_WINDOWS_EXPLORER_PROPERTIES") ? 1 : 0;
+    return known != 0;
 }
 
 } // namespace kvdm
