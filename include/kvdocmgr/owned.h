@@ -3,6 +3,7 @@
 
 #include <kvdocmgr/oletypes.h>
 
+#include <cstddef>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -16,8 +17,9 @@ public:
     OwnedBstr() noexcept = default;
     // Allocates a copy of the text; throws std::bad_alloc.
     explicit OwnedBstr(std::u16string_view text)
-        : string(SysAllocStringLen(reinterpret_cast<const OLECHAR*>(text.data()), static_cast<UINT>(text.size())))
     {
+        if (text.size() <= mostUnits)
+            string = SysAllocStringLen(reinterpret_cast<const OLECHAR*>(text.data()), static_cast<UINT>(text.size()));
         if (!string)
             throw std::bad_alloc();
     }
@@ -44,6 +46,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t mostUnits = 0x7FFFFFFF; // the length in bytes is kept in 32 bits
+
     BSTR string = nullptr;
 };
 

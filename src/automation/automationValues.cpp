@@ -22,7 +22,8 @@ namespace {
 // The data of a new array that the variant owns already, so that a throw half way leaks nothing.
 template <class Element> Element* makeArray(OwnedVariant& variant, VARTYPE type, std::size_t count)
 {
-    SAFEARRAY* array = SafeArrayCreateVector(type, 0, static_cast<ULONG>(count));
+    constexpr std::size_t mostElements = 0x7FFFFFFF; // an index is a LONG
+    SAFEARRAY* array = count <= mostElements ? SafeArrayCreateVector(type, 0, static_cast<ULONG>(count)) : nullptr;
     if (!array)
         throw std::bad_alloc();
     variant.get().parray = array;

@@ -1,4 +1,5 @@
 #include <kvdocmgr/oletypes.h>
+#include <kvdocmgr/owned.h>
 
 #include <gtest/gtest.h>
 
@@ -52,6 +53,8 @@ TEST(Bstr, LengthsThatDoNotFitAreRefused)
     EXPECT_FALSE(SysReAllocStringLen(&text, nullptr, 0xFFFFFFFF));
     EXPECT_EQ(std::u16string_view(text), u"keep");
     SysFreeString(text);
+    for (const std::uint64_t units : {std::uint64_t{0x7FFFFFFF}, (std::uint64_t{1} << 32) + 1})
+        EXPECT_THROW(kvdm::OwnedBstr(std::u16string_view(u"x", units)), std::bad_alloc) << "cut in silence it would be a short text";
 }
 
 TEST(Bstr, ReallocationMayTakeAPartOfItself)
