@@ -71,21 +71,38 @@ void failJpeg(j_common_ptr jpeg)
 
 void dropMessage(j_common_ptr) {}
 
-// Only plain values live between setjmp and longjmp. The bytes go into the room that *bytes and *size tell, or where that is
-// too small into malloc'd room, which replaces it when all went well.
-bool writeJpeg(const std::uint32_t* pixels, std::uint32_t width, std::uint32_t height, unsigned char** bytes, unsigned long* size)
+// Where the compressed bytes go: the caller's room first, and malloc'd room when that has become too small.
+struct JpegTarget
+{
+    unsigned char* room;
+    unsigned char* bytes;
+    unsigned long size;
+
+    ~JpegTarget()
+    {
+        if (bytes != room)
+            std::free(bytes);
+    }
+};
+
+// Only plain values live between setjmp and longjmp. What the library has made stands in the target after a failure too: its
+// destination has to hand over the room that it grew into before the record of it is destroyed.
+bool writeJpeg(const std::uint32_t* pixels, std::uint32_t width, std::uint32_t height, JpegTarget& target)
 {
     jpeg_compress_struct jpeg;
     JpegErrors errors;
     jpeg.err = jpeg_std_error(&errors.manager);
+    jpeg.dest = nullptr;
     errors.manager.error_exit = failJpeg;
     errors.manager.output_message = dropMessage;
     if (setjmp(errors.back)) {
+        if (jpeg.dest)
+            jpeg.dest->term_destination(&jpeg);
         jpeg_destroy_compress(&jpeg);
         return false;
     }
     jpeg_create_compress(&jpeg);
-    jpeg_mem_dest(&jpeg, bytes, size);
+    jpeg_mem_dest(&jpeg, &target.bytes, &target.size);
     jpeg.image_width = width;
     jpeg.image_height = height;
     jpeg.input_components = 4;
@@ -108,16 +125,13 @@ std::optional<std::vector<std::uint8_t>> encodeJpeg(const ArgbImage& source)
         return std::nullopt;
     constexpr std::size_t headers = 0x1000;
     std::vector<std::uint8_t> file(source.pixels.size() * 2 + headers);
-    unsigned char* bytes = file.data();
-    unsigned long size = file.size();
-    if (!writeJpeg(source.pixels.data(), source.width, source.height, &bytes, &size))
+    JpegTarget target{file.data(), file.data(), file.size()};
+    if (!writeJpeg(source.pixels.data(), source.width, source.height, target))
         return std::nullopt;
-    if (bytes == file.data()) {
-        file.resize(size);
-        return file;
-    }
-    const std::unique_ptr<unsigned char, decltype(&std::free)> grown(bytes, &std::free);
-    file.assign(bytes, bytes + size);
+    if (target.bytes == target.room)
+        file.resize(target.size);
+    else
+        file.assign(target.bytes, target.bytes + target.size);
     return file;
 }
 
