@@ -1,6 +1,8 @@
 // The three signals by which a client and its worker hand bytes to each other.
 #pragma once
 
+#include "platform/threads/pause.h"
+
 #include <atomic>
 #include <cstdint>
 #include <thread>
@@ -33,7 +35,7 @@ public:
         const std::uint32_t either = first | second;
         std::uint32_t seen = word.load(std::memory_order_acquire);
         for (int turn = spinTurns(); turn > 0 && (seen & either) == 0; --turn) {
-            pause();
+            pauseInSpin();
             seen = word.load(std::memory_order_acquire);
         }
         while ((seen & either) == 0) {
@@ -48,14 +50,6 @@ private:
     {
         static const int turns = std::thread::hardware_concurrency() > 1 ? 500 : 0;
         return turns;
-    }
-    static void pause() noexcept
-    {
-#if defined(__x86_64__) || defined(__i386__)
-        __builtin_ia32_pause();
-#elif defined(__aarch64__)
-        asm volatile("yield");
-#endif
     }
 
     std::atomic<std::uint32_t> word{0};
