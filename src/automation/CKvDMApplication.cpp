@@ -7,6 +7,7 @@
 #include "common/statusOfException.h"
 #include "platform/files/files.h"
 #include "platform/text/casing.h"
+#include "storage/headers/dmSerializeContext.h"
 #include "storage/lockbytes/CLockBytesOnStream.h"
 
 #include <algorithm>
@@ -14,8 +15,6 @@
 namespace kvdm {
 
 namespace {
-
-constexpr LONG latestSupportedVersion = 3800;
 
 bool isOneOf(std::u16string_view extension, std::initializer_list<std::u16string_view> group)
 {
@@ -151,7 +150,7 @@ HRESULT CKvDMApplication::GetLatestSupportedFileVersion(LONG* version) noexcept
 {
     if (!version)
         return E_POINTER;
-    *version = latestSupportedVersion;
+    *version = dmSerializeContext::presentVersion;
     return S_OK;
 }
 

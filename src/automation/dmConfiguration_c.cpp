@@ -15,8 +15,6 @@ namespace kvdm {
 
 namespace {
 
-constexpr std::int32_t kindActive = 1;
-constexpr std::int32_t kindDeleted = 2;
 constexpr int firstVersionWithMassProperties = 2286;
 constexpr int firstVersionWithPartition = 2270;
 
@@ -91,13 +89,13 @@ std::u16string dmConfiguration_c::getParentName() const
 
 bool dmConfiguration_c::isDeleted() const noexcept
 {
-    return header && header->configurationKind == kindDeleted;
+    return header && header->configurationKind == dmConfigHeader_c::kindDeleted;
 }
 
 void dmConfiguration_c::setDeleted(bool deleted) noexcept
 {
-    if (header && header->configurationKind != kindActive)
-        header->configurationKind = deleted ? kindDeleted : 0;
+    if (header && header->configurationKind != dmConfigHeader_c::kindActive)
+        header->configurationKind = deleted ? dmConfigHeader_c::kindDeleted : dmConfigHeader_c::kindOther;
 }
 
 suPropertyStore_c* dmConfiguration_c::getCustomProperties() const noexcept

@@ -10,21 +10,15 @@
 
 namespace kvdm {
 
-namespace {
-
-constexpr std::int32_t kindActive = 1;
-constexpr std::int32_t kindDeleted = 2;
-
-} // namespace
-
 LONG dmDocument_c::getConfigurationCount()
 {
     const dmConfigMgrHeader_c* manager = getConfigMgrHeader();
     if (!manager)
         return -1;
     const auto records = manager->configurations();
-    return static_cast<LONG>(std::count_if(records.begin(), records.end(),
-                                           [](const dmConfigHeader_c* record) { return record && record->configurationKind != kindDeleted; }));
+    return static_cast<LONG>(std::count_if(records.begin(), records.end(), [](const dmConfigHeader_c* record) {
+        return record && record->configurationKind != dmConfigHeader_c::kindDeleted;
+    }));
 }
 
 bool dmDocument_c::getConfigurationNames(std::vector<std::u16string>& names)
@@ -33,7 +27,7 @@ bool dmDocument_c::getConfigurationNames(std::vector<std::u16string>& names)
     if (!manager)
         return false;
     for (const dmConfigHeader_c* record : manager->configurations())
-        if (record && record->configurationKind != kindDeleted)
+        if (record && record->configurationKind != dmConfigHeader_c::kindDeleted)
             names.push_back(record->name);
     return true;
 }
@@ -42,7 +36,7 @@ dmConfigHeader_c* dmDocument_c::getActiveConfigurationHeader()
 {
     if (const dmConfigMgrHeader_c* manager = getConfigMgrHeader())
         for (dmConfigHeader_c* record : manager->configurations())
-            if (record && record->configurationKind == kindActive)
+            if (record && record->configurationKind == dmConfigHeader_c::kindActive)
                 return record;
     return nullptr;
 }
@@ -61,7 +55,7 @@ dmConfiguration_c* dmDocument_c::getConfiguration(std::u16string_view name)
         return nullptr;
     const auto records = manager->configurations();
     const bool known = std::any_of(records.begin(), records.end(), [&](const dmConfigHeader_c* record) {
-        return record && record->name == name && record->configurationKind != kindDeleted;
+        return record && record->name == name && record->configurationKind != dmConfigHeader_c::kindDeleted;
     });
     if (!known)
         return nullptr;

@@ -13,7 +13,6 @@ namespace kvdm {
 
 namespace {
 
-constexpr std::int32_t kindActive = 1;
 constexpr int firstVersionWithPreviewEach = 2037;
 
 // The number that opening has found saves another walk through the root; a document on a client's storage has none.
@@ -57,7 +56,7 @@ bool getPreviewName(dmDocument_c& document, const dmConfigHeader_c* configuratio
         return true;
     if (form == PreviewForm::bitmap && versionOf(document, *root) < firstVersionWithPreviewEach)
         return equalNoCase(meant->name, document.getActiveConfigurationName()); // there is one for the document
-    if (meant->configurationKind != kindActive)
+    if (meant->configurationKind != dmConfigHeader_c::kindActive)
         name = meant->getConfigurationNodeName() + u"-" + plain;
     return true;
 }

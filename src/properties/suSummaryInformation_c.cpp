@@ -6,7 +6,10 @@
 #include "platform/text/datetime.h"
 #include "properties/propertyStreams.h"
 #include "properties/propertyText.h"
+#include "storage/headers/dmSerializeContext.h"
 #include "storage/suStructuredStorage.h"
+
+#include <atomic>
 
 namespace kvdm {
 
@@ -21,7 +24,7 @@ constexpr std::uint32_t lastSavedById = 8;
 constexpr std::uint32_t creationDateId = 12;
 constexpr std::uint32_t lastSavedDateId = 13;
 
-suKeywordSet* keywordSet = nullptr;
+constinit std::atomic<suKeywordSet*> keywordSet{nullptr};
 
 std::uint32_t idOf(SummaryField field) noexcept
 {
@@ -29,12 +32,12 @@ std::uint32_t idOf(SummaryField field) noexcept
     return ids[static_cast<int>(field)];
 }
 
-void collectKeywords(std::u16string_view text)
+void collectKeywords(suKeywordSet& keywords, std::u16string_view text)
 {
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(u';'), text.size());
         if (end > 0)
-            keywordSet->add(text.substr(0, end));
+            keywords.add(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
 }
@@ -48,8 +51,7 @@ void setKeywordSet(suKeywordSet* keywords) noexcept
 
 suSummaryInformation_c::suSummaryInformation_c() : set(summaryFormat), section(&set.requireSection(summaryFormat))
 {
-    constexpr std::int32_t versionOfNew = 3800;
-    section->versionForCodePage = versionOfNew;
+    section->versionForCodePage = dmSerializeContext::presentVersion;
     for (const std::uint32_t id : {titleId, subjectId, authorId, keywordsId, commentsId, lastSavedById})
         section->SetProperty(id, {}, VT_LPSTR);
     for (const std::uint32_t id : {lastSavedDateId, creationDateId})
@@ -69,8 +71,8 @@ bool suSummaryInformation_c::Read(IStorage& storage, std::optional<std::int32_t>
     const std::int32_t version = documentVersion ? *documentVersion : suStructuredStorage::loadVersion(storage);
     const bool outcome = set.Read(*stream, version, version);
     section = &set.requireSection(summaryFormat);
-    if (keywordSet)
-        collectKeywords(getField(SummaryField::keywords));
+    if (suKeywordSet* keywords = keywordSet)
+        collectKeywords(*keywords, getField(SummaryField::keywords));
     return outcome;
 }
 

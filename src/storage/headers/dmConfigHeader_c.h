@@ -17,6 +17,13 @@ class dmConfigHeader_c final : public suPersistent<dmConfigHeader_c>
 {
 public:
     static constexpr std::string_view streamName = "dmConfigHeader_c";
+    enum Kind : std::int32_t
+    {
+        kindOther = 0,
+        kindActive = 1,
+        kindDeleted = 2
+    };
+
     void serialize(su_CArchive& archive) override;
 
     std::u16string getConfigurationNodeName() const; // "Config-" and the id
@@ -28,7 +35,7 @@ public:
     // Null before loadProperties.
     suConfigurationProperties* getProperties() const noexcept { return properties.get(); }
 
-    std::int32_t configurationKind = 2; // 1 active, 2 marked deleted, 0 any other
+    std::int32_t configurationKind = kindDeleted; // a Kind; other numbers of a file are kept
     std::u16string name;
     std::int32_t configurationId = 0;
     std::int32_t lastUpdateStamp = 0; // from 1341

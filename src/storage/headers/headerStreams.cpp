@@ -22,7 +22,6 @@ constexpr VersionRange unreadable[] = {
     {2456, 2456}, {2658, 2658}, {2659, 2659}, {2854, 2854}, {3265, 3265}, {3540, 3540}, {3557, 3559}, {3661, 3663},
 };
 constexpr int oldestVersion = 37;
-constexpr int newestVersion = 3800;
 constexpr int firstVersionOfSecondNames = 2070;
 constexpr const char16_t* contents = u"Contents";
 
@@ -87,7 +86,7 @@ bool writeBytes(suStructuredStorage& storage, const std::u16string& name, int wa
 
 bool isHeaderVersionReadable(int version) noexcept
 {
-    if (version < oldestVersion || version > newestVersion)
+    if (version < oldestVersion || version > dmSerializeContext::presentVersion)
         return false;
     for (const VersionRange& range : unreadable)
         if (version >= range.first && version <= range.last)
