@@ -5,16 +5,29 @@
 #include "automation/dmConfiguration_c.h"
 #include "common/exceptions.h"
 #include "properties/suDocumentProperties_c.h"
+#include "properties/suOlePropertyHelper.h"
 #include "properties/suSummaryInformation_c.h"
 #include "storage/codecs/deferredCompression.h"
+#include "storage/headers/dmSerializeContext.h"
 #include "storage/headers/headerStreams.h"
 #include "storage/suStructuredStorage.h"
+
+#include <mutex>
 
 namespace kvdm {
 
 namespace {
 
-constexpr LONG latestReadableVersion = 3800;
+// Gives the room of the storage what it needs of the rooms above it, before anything is read.
+void supplyRoomsBelow()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        setConfigurationPropertiesFactory(
+            []() -> std::unique_ptr<suConfigurationProperties> { return std::make_unique<dmConfigurationProperties>(); });
+        registerPropertyClasses();
+    });
+}
 
 } // namespace
 
@@ -44,7 +57,7 @@ std::unique_ptr<dmDocument_c> dmDocument_c::openByStorage(IStorage& storage)
         core->readOnly = false;
         suStructuredStorage wrapper(&storage);
         core->rootStorage = ComPtr<IStorage>::share(wrapper.getRootStorage());
-        if (!core->rootStorage || wrapper.loadVersion() > latestReadableVersion)
+        if (!core->rootStorage || wrapper.loadVersion() > dmSerializeContext::presentVersion)
             return nullptr;
         const DeferredCompressionScope scope; // no worker touches a client's stream
         core->getConfigMgrHeader();
@@ -59,7 +72,7 @@ std::unique_ptr<dmDocument_c> dmDocument_c::openByStorage(IStorage& storage)
 
 dmDocument_c::dmDocument_c()
 {
-    setConfigurationPropertiesFactory([]() -> std::unique_ptr<suConfigurationProperties> { return std::make_unique<dmConfigurationProperties>(); });
+    supplyRoomsBelow();
 }
 
 dmDocument_c::~dmDocument_c() = default;
@@ -78,7 +91,7 @@ ComPtr<IStorage> dmDocument_c::getStorage()
     } catch (const std::exception&) {
         return nullptr;
     }
-    if (fileVersion > latestReadableVersion)
+    if (fileVersion > dmSerializeContext::presentVersion)
         return nullptr; // nothing is kept, so that every later access tests again
     rootStorage = ComPtr<IStorage>::share(wrapper.getRootStorage() ? wrapper.getRootStorage() : wrapper.getTopStorage());
     return rootStorage;

@@ -57,6 +57,16 @@ protected:
     std::string path = folder / "a.kvdprt";
 };
 
+TEST_F(Configurations, ListMayHoldAClassThatThePropertiesOwn)
+{
+    DocumentBuilder builder;
+    builder.withConfigurations = false;
+    ArchiveBuilder list;
+    list.object("dmConfigMgrHeader_c").count(1).object("suOlePropertyHelper").text(u"x").u32(1);
+    builder.contents.stream(u"CMgrHdr2", list.bytes);
+    EXPECT_EQ(countOf(*managerOf(builder)), 0) << "read, and no configuration";
+}
+
 TEST_F(Configurations, AreListedInFileOrderWithoutDeletedOnes)
 {
     DocumentBuilder builder;

@@ -21,7 +21,8 @@ public:
     virtual bool hasAny() const = 0;
 };
 
-// How sets are made. The room above supplies it at module start; without one configurations have no properties.
+// How sets are made. The document core supplies it when the first of its kind is made; without one configurations have no
+// properties.
 using suConfigurationPropertiesFactory = std::unique_ptr<suConfigurationProperties> (*)();
 void setConfigurationPropertiesFactory(suConfigurationPropertiesFactory factory) noexcept;
 std::unique_ptr<suConfigurationProperties> makeConfigurationProperties();
