@@ -3,6 +3,7 @@
 
 #include <kvdocmgr/oletypes.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,17 @@ inline const OLECHAR* toOle(const std::u16string& text) noexcept
 inline std::u16string_view fromOle(const OLECHAR* text) noexcept
 {
     return text ? std::u16string_view(reinterpret_cast<const char16_t*>(text)) : std::u16string_view();
+}
+
+// A copy in task memory, which the one who is given it frees; null when memory is exhausted.
+inline LPOLESTR copyForTask(std::u16string_view text) noexcept
+{
+    auto* copy = static_cast<LPOLESTR>(CoTaskMemAlloc((text.size() + 1) * sizeof(OLECHAR)));
+    if (copy) {
+        std::copy_n(text.data(), text.size(), copy);
+        copy[text.size()] = 0;
+    }
+    return copy;
 }
 
 } // namespace kvdm

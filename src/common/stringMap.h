@@ -14,14 +14,23 @@
 
 namespace kvdm {
 
+constexpr std::size_t frameworkBuckets = 17;
+
+// The bucket of a key in the framework's maps, stored ones as well.
+constexpr std::size_t frameworkBucketOf(std::u16string_view key) noexcept
+{
+    std::uint32_t hash = 0;
+    for (const char16_t unit : key)
+        hash = hash * 33 + unit;
+    return hash % frameworkBuckets;
+}
+
 template <class Value> class StringMap
 {
 public:
-    static constexpr std::size_t bucketCount = 17;
-
     Value* find(std::u16string_view key) noexcept
     {
-        for (auto& [name, value] : buckets[bucketOf(key)])
+        for (auto& [name, value] : buckets[frameworkBucketOf(key)])
             if (name == key)
                 return &value;
         return nullptr;
@@ -35,7 +44,7 @@ public:
             *known = std::move(value);
             return *known;
         }
-        auto& bucket = buckets[bucketOf(key)];
+        auto& bucket = buckets[frameworkBucketOf(key)];
         bucket.emplace_front(std::u16string(key), std::move(value));
         ++entries;
         return bucket.front().second;
@@ -43,7 +52,7 @@ public:
 
     bool remove(std::u16string_view key)
     {
-        auto& bucket = buckets[bucketOf(key)];
+        auto& bucket = buckets[frameworkBucketOf(key)];
         for (auto at = bucket.begin(); at != bucket.end(); ++at) {
             if (at->first == key) {
                 bucket.erase(at);
@@ -57,7 +66,7 @@ public:
     // Gives the entry to another map as set does, under its key or a new one; takes no memory. False without such an entry.
     bool moveTo(StringMap& other, std::u16string_view key, std::optional<std::u16string> newKey = std::nullopt) noexcept
     {
-        auto& bucket = buckets[bucketOf(key)];
+        auto& bucket = buckets[frameworkBucketOf(key)];
         const auto at = std::find_if(bucket.begin(), bucket.end(), [&](const auto& entry) { return entry.first == key; });
         if (at == bucket.end())
             return false;
@@ -67,7 +76,7 @@ public:
             *known = std::move(at->second);
             bucket.erase(at);
         } else {
-            auto& target = other.buckets[bucketOf(at->first)];
+            auto& target = other.buckets[frameworkBucketOf(at->first)];
             target.splice(target.begin(), bucket, at);
             ++other.entries;
         }
@@ -100,15 +109,7 @@ public:
     }
 
 private:
-    static std::size_t bucketOf(std::u16string_view key) noexcept
-    {
-        std::uint32_t hash = 0;
-        for (const char16_t unit : key)
-            hash = hash * 33 + unit;
-        return hash % bucketCount;
-    }
-
-    std::array<std::list<std::pair<std::u16string, Value>>, bucketCount> buckets;
+    std::array<std::list<std::pair<std::u16string, Value>>, frameworkBuckets> buckets;
     std::size_t entries = 0;
 };
 

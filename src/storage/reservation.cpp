@@ -1,11 +1,12 @@
 // The "~$" file beside a document: up to 56 bytes with the name of the user who works on it.
 #include "common/exceptions.h"
 #include "common/trace.h"
-#include "common/unicode.h"
 #include "platform/files/files.h"
 #include "platform/text/casing.h"
 #include "platform/text/codepages.h"
 #include "storage/suStructuredStorage.h"
+
+#include <kvdocmgr/text.h>
 
 #include <algorithm>
 

@@ -61,7 +61,7 @@ suStructuredStorage::suStructuredStorage(std::u16string_view name, bool readWrit
     lockBytes = ComPtr<suFileLockBytes>::adopt(new suFileLockBytes);
     if (rootStorage || name.empty()) {
         if (!split.innerName.empty() && document && document->getEmbeddedStorage())
-            iReuseEmbedded(split.innerName);
+            iReuseEmbedded();
         return;
     }
     const bool isOpen = SUCCEEDED(lockBytes->open(split.path, readWrite)); // a failure shows in the next step
@@ -70,7 +70,7 @@ suStructuredStorage::suStructuredStorage(std::u16string_view name, bool readWrit
         return;
     }
     if (split.innerName.empty())
-        iOpenPlain(split.path, readWrite, snapshot);
+        iOpenPlain(readWrite, snapshot);
     else
         iOpenEmbedded(split.innerName, readWrite, snapshot);
     ownsStorages = true;
@@ -80,7 +80,7 @@ suStructuredStorage::suStructuredStorage(std::u16string_view name, bool readWrit
         embeddedDocWrapper->ownsStorages = true;
 }
 
-void suStructuredStorage::iOpenPlain(const std::u16string&, bool readWrite, bool snapshot)
+void suStructuredStorage::iOpenPlain(bool readWrite, bool snapshot)
 {
     const DWORD first = readWrite ? readWriteMode : snapshot ? snapshotMode : readMode;
     HRESULT status = openOn(*lockBytes, first, rootStorage);
@@ -134,7 +134,7 @@ void suStructuredStorage::iOpenEmbedded(const std::u16string& innerName, bool re
 }
 
 // The document holds what the gateway that opened the file found.
-void suStructuredStorage::iReuseEmbedded(const std::u16string&)
+void suStructuredStorage::iReuseEmbedded()
 {
     embeddedRefsWrapper = std::make_unique<suStructuredStorage>(document->getTopStorage(), document);
     embeddedRefsWrapper->childStorage = ComPtr<IStorage>::share(document->getEmbeddedReferencesStorage());

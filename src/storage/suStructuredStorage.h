@@ -117,9 +117,9 @@ public:
 
 private:
     IStorage* iCurrentStorage() const noexcept { return childStorage ? childStorage.get() : rootStorage.get(); }
-    void iOpenPlain(const std::u16string& path, bool readWrite, bool snapshot);
+    void iOpenPlain(bool readWrite, bool snapshot);
     void iOpenEmbedded(const std::u16string& innerName, bool readWrite, bool snapshot);
-    void iReuseEmbedded(const std::u16string& innerName);
+    void iReuseEmbedded();
     void iReleaseWrapper(std::unique_ptr<suStructuredStorage>& wrapper, bool sparesRoot);
 
     bool iAttachToStream(bool isStoring, const std::u16string& name);

@@ -4,11 +4,12 @@
 #include "common/automationText.h"
 #include "common/exceptions.h"
 #include "common/trace.h"
-#include "common/unicode.h"
 #include "storage/codecs/conversionFolder.h"
 #include "storage/codecs/deferredCompression.h"
 #include "storage/codecs/suCompressedFile_c.h"
 #include "storage/lockbytes/suFileLockBytes.h"
+
+#include <kvdocmgr/text.h>
 
 namespace kvdm {
 

@@ -3,9 +3,10 @@
 
 #include "common/exceptions.h"
 #include "common/trace.h"
-#include "common/unicode.h"
 #include "storage/codecs/suCompressedFile_c.h"
 #include "storage/lockbytes/suFileLockBytes.h"
+
+#include <kvdocmgr/text.h>
 
 #include <algorithm>
 #include <vector>

@@ -4,13 +4,14 @@
 #include "common/automationText.h"
 #include "common/exceptions.h"
 #include "common/trace.h"
-#include "common/unicode.h"
 #include "platform/text/casing.h"
 #include "platform/ui/messageHook.h"
 #include "storage/codecs/suCompressedFile_c.h"
 #include "storage/codecs/suPkZipProc_c.h"
 #include "storage/elements.h"
 #include "storage/lockbytes/suFileLockBytes.h"
+
+#include <kvdocmgr/text.h>
 
 namespace kvdm {
 

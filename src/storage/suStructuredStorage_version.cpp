@@ -3,10 +3,11 @@
 
 #include "common/decimalNumber.h"
 #include "common/trace.h"
-#include "common/unicode.h"
 #include "platform/text/casing.h"
 #include "storage/elements.h"
 #include "storage/versionCache.h"
+
+#include <kvdocmgr/text.h>
 
 namespace kvdm {
 

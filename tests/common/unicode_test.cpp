@@ -1,4 +1,4 @@
-#include "common/unicode.h"
+#include <kvdocmgr/text.h>
 
 #include <gtest/gtest.h>
 

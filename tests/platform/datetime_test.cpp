@@ -1,7 +1,8 @@
 #include "platform/text/datetime.h"
 
-#include "common/unicode.h"
 #include "platform/environment.h"
+
+#include <kvdocmgr/text.h>
 
 #include <gtest/gtest.h>
 

@@ -1,20 +1,11 @@
 #include "storage/archive/maps.h"
 
+#include "common/stringMap.h"
 #include "storage/archive/su_CArchive.h"
 
 namespace kvdm {
 
 namespace {
-
-constexpr std::uint32_t bucketCount = 17;
-
-std::uint32_t bucketOf(std::u16string_view key) noexcept
-{
-    std::uint32_t hash = 0;
-    for (const char16_t unit : key)
-        hash = hash * 33 + unit;
-    return hash % bucketCount;
-}
 
 void store(su_CArchive& archive, const std::shared_ptr<su_CObject>& value)
 {
@@ -40,7 +31,7 @@ template <class Value> std::vector<std::pair<const std::u16string*, const Value*
 {
     struct Place
     {
-        std::uint32_t bucket;
+        std::size_t bucket;
         std::uint64_t age;
         const std::u16string* key;
         const Value* value;
@@ -48,7 +39,7 @@ template <class Value> std::vector<std::pair<const std::u16string*, const Value*
     std::vector<Place> places;
     places.reserve(entries.size());
     for (const auto& [key, entry] : entries)
-        places.push_back({bucketOf(key), entry.age, &key, &entry.value});
+        places.push_back({frameworkBucketOf(key), entry.age, &key, &entry.value});
     std::sort(places.begin(), places.end(),
               [](const Place& left, const Place& right) { return left.bucket != right.bucket ? left.bucket < right.bucket : left.age > right.age; });
     std::vector<std::pair<const std::u16string*, const Value*>> ordered;

@@ -2,7 +2,8 @@
 #pragma once
 
 #include "common/exceptions.h"
-#include "common/unicode.h"
+
+#include <kvdocmgr/text.h>
 
 #include <string>
 

@@ -1,8 +1,7 @@
 #include "storage/lockbytes/suFileLockBytes.h"
 
+#include "common/automationText.h"
 #include "common/statusOfException.h"
-
-#include <algorithm>
 
 namespace kvdm {
 
@@ -10,15 +9,6 @@ namespace {
 
 constexpr ULONGLONG firstFormatLock = 0x7FFFFF92;
 constexpr ULONGLONG lastFormatLock = 0x7FFFFFE2;
-
-LPOLESTR copyForTask(const std::u16string& text)
-{
-    const std::size_t units = text.size() + 1;
-    auto* copy = static_cast<LPOLESTR>(CoTaskMemAlloc(units * sizeof(OLECHAR)));
-    if (copy)
-        std::copy_n(text.c_str(), units, copy);
-    return copy;
-}
 
 } // namespace
 

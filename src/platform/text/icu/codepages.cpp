@@ -1,9 +1,10 @@
 #include "platform/text/codepages.h"
 
-#include "common/unicode.h"
 #include "platform/text/icu/codePageTable.h"
 #include "platform/text/icu/userLocale.h"
 #include "platform/text/icu/windowsCodePages.h"
+
+#include <kvdocmgr/text.h>
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
