@@ -24,8 +24,9 @@ struct IKvDMApplication : IUnknown
     // Opens the file, given by a Windows path or one that begins with "/". allowReadOnly true opens read-only, false opens
     // read-write: the name misleads and stays. docType unknown tests the extension (result NonKV when it is none of a
     // document); any other value lets every extension pass. The outcome stands in result, document is null without one.
-    // The status is a failure only for empty out-pointers and for a file that the system refuses to open for writing. A
-    // damaged or newer file is handed out too: GetVersion leaves its output alone then, and the other answers are empty.
+    // A file that the system refuses, or a compound file that does not open, gives a failure status (STG_E_ACCESSDENIED,
+    // STG_E_SHAREVIOLATION, STG_E_INVALIDHEADER, STG_E_DOCFILECORRUPT ...) and no document; result stays None then. A file of
+    // another kind or a newer one is handed out: GetVersion leaves its output alone, and the other answers are empty.
     virtual HRESULT STDMETHODCALLTYPE GetDocument(BSTR fullPathName, KvDmDocumentType docType, VARIANT_BOOL allowReadOnly,
                                                   KvDmDocumentOpenError* result, IKvDMDocument** document) = 0;
     // To copy or move a document with the named children (arrays of strings) and to repair the references in the results.
