@@ -102,6 +102,38 @@ TEST(Interfaces, SlotsStandInThePublishedOrder)
     using A = IKvDMApplication2;
     expectOrder({slotOf(&A::GetDocument), slotOf(&A::CopyDocument), slotOf(&A::MoveDocument), slotOf(&A::GetSearchOptionObject),
                  slotOf(&A::GetLatestSupportedFileVersion), slotOf(&A::GetDocument2)});
+    expectOrder({slotOf(&IKvDMClassFactory::GetApplication)});
+    using O = IKvDMSearchOption;
+    using N = ICommonCADSearchOption;
+    expectOrder({slotOf(&O::AddSearchPath), slotOf(&O::RemoveSearchPath), slotOf(&O::GetAllSearchPaths), slotOf(&O::ClearAllSearchPaths),
+                 slotOf(&O::get_SearchFilters), slotOf(&O::put_SearchFilters)});
+    expectOrder({slotOf(&N::AddSearchPath), slotOf(&N::RemoveSearchPath), slotOf(&N::GetAllSearchPaths), slotOf(&N::ClearAllSearchPaths),
+                 slotOf(&N::get_SearchFilters), slotOf(&N::put_SearchFilters)});
+    expectOrder({slotOf(&ICommonCADConfigurationMgr::GetConfigurationCount), slotOf(&ICommonCADConfigurationMgr::GetConfigurationNames)});
+    using P = IKvDMComponent5;
+    expectOrder({slotOf(&P::get_Name), slotOf(&P::get_ConfigurationName), slotOf(&P::IsHidden), slotOf(&P::IsSuppressed), slotOf(&P::get_Transform),
+                 slotOf(&P::get_DocumentType), slotOf(&P::GetDocument), slotOf(&P::get_IsVirtual), slotOf(&P::put_IsVirtual),
+                 slotOf(&P::GetDocument2), slotOf(&P::IsEnvelope), slotOf(&P::get_ExcludeFromBOM), slotOf(&P::put_ExcludeFromBOM)});
+    using S = IKvDMSheet;
+    expectOrder({slotOf(&S::get_Name), slotOf(&S::put_Name), slotOf(&S::GetInvisibleCustomProperty), slotOf(&S::GetInvisibleCustomPropertyCount),
+                 slotOf(&S::GetInvisibleCustomPropertyNames)});
+    using V = IKvDMView;
+    expectOrder({slotOf(&V::get_Name), slotOf(&V::put_Name), slotOf(&V::get_ReferencedDocument), slotOf(&V::put_ReferencedDocument),
+                 slotOf(&V::get_ReferencedConfiguration), slotOf(&V::put_ReferencedConfiguration), slotOf(&V::get_SheetName),
+                 slotOf(&V::put_SheetName), slotOf(&V::get_Sheet), slotOf(&V::put_Sheet)});
+    using L = IKvDMCutListItem;
+    expectOrder({slotOf(&L::get_Name), slotOf(&L::put_Name), slotOf(&L::GetCustomPropertyNames), slotOf(&L::GetCustomPropertyValue),
+                 slotOf(&L::get_Quantity), slotOf(&L::put_Quantity)});
+    using T = IKvDMTable;
+    expectOrder({slotOf(&T::get_Name), slotOf(&T::AddRowTail), slotOf(&T::AddRowHead), slotOf(&T::AddColumnLeft), slotOf(&T::AddColumnRight),
+                 slotOf(&T::IsTitleVisible), slotOf(&T::GetColumnCount), slotOf(&T::GetRowCount), slotOf(&T::GetColumnType), slotOf(&T::DeleteRow),
+                 slotOf(&T::DeleteColumn), slotOf(&T::GetHeaderStyle), slotOf(&T::GetCellText), slotOf(&T::SetCellText),
+                 slotOf(&T::GetComponentRep)});
+    // behind the four of IDispatch
+    EXPECT_EQ(slotOf(&IKvPicture::get_Width), 5u);
+    EXPECT_EQ(slotOf(&IKvPicture::get_Height), 6u);
+    EXPECT_EQ(slotOf(&IKvPicture::get_Handle), 7u);
+    EXPECT_EQ(slotOf(&IKvPicture::Encode), 8u);
 }
 
 struct Reach

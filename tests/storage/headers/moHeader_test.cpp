@@ -5,7 +5,7 @@
 namespace kvdm::test {
 namespace {
 
-TEST(DocumentHeader, AnOverrideInTheHistoryRulesTheFieldsDownToItem13)
+TEST(DocumentHeader, AnOverrideInTheHistoryRulesTheFieldsUpToValue1329)
 {
     struct Case
     {
