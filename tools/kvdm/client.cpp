@@ -269,9 +269,31 @@ std::string statusText(HRESULT status)
     case systemStatus(2):
     case systemStatus(3):
         return "no such file";
-    case STG_E_DOCFILECORRUPT:
     case STG_E_INVALIDHEADER:
+        return "the header is not one of a compound file";
+    case STG_E_FILEALREADYEXISTS: // the status of a file of another kind
+    case STG_E_OLDFORMAT:
+        return "not a compound file";
+    case STG_E_DOCFILECORRUPT:
         return "damaged";
+    case STG_E_DOCFILETOOLARGE:
+        return "larger than a compound file can be";
+    case STG_E_INVALIDNAME:
+        return "not a name for a file";
+    case STG_E_TOOMANYOPENFILES:
+    case systemStatus(4):
+        return "too many open files";
+    case STG_E_SEEKERROR:
+    case STG_E_READFAULT:
+    case systemStatus(30):
+        return "cannot be read";
+    case STG_E_WRITEFAULT:
+    case STG_E_CANTSAVE:
+    case systemStatus(29):
+        return "cannot be written";
+    case STG_E_INUSE:
+    case STG_E_NOTCURRENT:
+        return "changed by another program meanwhile";
     case STG_E_MEDIUMFULL:
     case systemStatus(112):
         return "the disk is full";

@@ -35,6 +35,7 @@ public:
 
     KvDmDocumentOpenError error() const noexcept { return openError; }
     IKvDMDocument12* operator->() const noexcept { return chain.get(); }
+    IKvDMDocument12& operator*() const noexcept { return *chain; }
     // Throws a Failure that says what is wrong, unless the document can be read.
     void requireReadable() const;
 

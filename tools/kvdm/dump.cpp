@@ -45,21 +45,21 @@ Json jsonProperties(const std::vector<Property>& properties)
 // A call with one out-pointer; null when it failed.
 template <class Value> Json jsonNumber(const Document& document, HRESULT (IKvDMDocument12::*get)(Value*), Value preset = {})
 {
-    const HRESULT status = (document.operator->()->*get)(&preset);
+    const HRESULT status = ((*document).*get)(&preset);
     return FAILED(status) ? Json() : Json(static_cast<LONG>(preset));
 }
 
 Json jsonFlag(const Document& document, HRESULT (IKvDMDocument12::*get)(VARIANT_BOOL*))
 {
     VARIANT_BOOL flag = VARIANT_FALSE;
-    const HRESULT status = (document.operator->()->*get)(&flag);
+    const HRESULT status = ((*document).*get)(&flag);
     return FAILED(status) ? Json() : Json(flag != VARIANT_FALSE);
 }
 
 Json jsonTextArray(const Document& document, HRESULT (IKvDMDocument12::*get)(VARIANT*))
 {
     OwnedVariant array;
-    return FAILED((document.operator->()->*get)(array.put())) ? Json() : jsonTexts(texts(array.get()));
+    return FAILED(((*document).*get)(array.put())) ? Json() : jsonTexts(texts(array.get()));
 }
 
 // The output of GetVersion is left alone when nothing can be read; no version is below zero.
@@ -165,10 +165,10 @@ Json jsonExternalReferences(const Document& document)
 Json jsonPreview(const Document& document, HRESULT (IKvDMDocument12::*name)(BSTR*), HRESULT (IKvDMDocument12::*get)(KvDmPreviewError*, IDispatch**))
 {
     OwnedBstr streamName;
-    const bool named = SUCCEEDED((document.operator->()->*name)(streamName.put()));
+    const bool named = SUCCEEDED(((*document).*name)(streamName.put()));
     KvDmPreviewError error = kvDmPreviewErrorNoPreview;
     ComPtr<IDispatch> picture;
-    (document.operator->()->*get)(&error, picture.put());
+    ((*document).*get)(&error, picture.put());
     LONG width = 0;
     LONG height = 0;
     ComPtr<IKvPicture> pixels;
@@ -189,8 +189,8 @@ Json dump(const std::string& file, const Document& document)
     json["version"] = jsonVersion(document);
     json["lastUpdateStamp"] = jsonNumber<LONG>(document, &IKvDMDocument12::GetLastUpdateStamp);
     json["summary"] = jsonSummary(document);
-    json["customProperties"] = jsonProperties(customProperties(*document.operator->()));
-    json["invisibleCustomProperties"] = jsonProperties(invisibleProperties(*document.operator->()));
+    json["customProperties"] = jsonProperties(customProperties(*document));
+    json["invisibleCustomProperties"] = jsonProperties(invisibleProperties(*document));
     json["hyperlinks"] = jsonTexts(document.hyperLinks());
     json["detachedDrawing"] = jsonFlag(document, &IKvDMDocument12::IsDetachedDrawing);
     json["smartComponent"] = jsonFlag(document, &IKvDMDocument12::IsSmartComponentDocument);

@@ -160,8 +160,8 @@ void show(const std::string& file)
     }
     showConfigurations(*document.configurationManager());
 
-    showProperties("Custom properties", customProperties(*document.operator->()));
-    showProperties("Invisible properties", invisibleProperties(*document.operator->()));
+    showProperties("Custom properties", customProperties(*document));
+    showProperties("Invisible properties", invisibleProperties(*document));
 }
 
 } // namespace

@@ -29,10 +29,11 @@ std::optional<std::uint64_t> decodedSize(const Node& node, const std::string& fo
     return size;
 }
 
-void listAsJson(IStorage& root)
+// Both are false when the file has more levels than are shown.
+bool listAsJson(IStorage& root)
 {
     Json list = Json::array();
-    walk(root, [&](const Node& node, IStorage& parent) {
+    const bool whole = walk(root, [&](const Node& node, IStorage& parent) {
         Json path = Json::array();
         for (const std::u16string& name : node.path)
             path.push_back(toUtf8(name));
@@ -45,11 +46,12 @@ void listAsJson(IStorage& root)
                         {"decodedBytes", decoded ? Json(*decoded) : Json()}});
     });
     std::cout << list.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+    return whole;
 }
 
-void listAsTree(IStorage& root)
+bool listAsTree(IStorage& root)
 {
-    walk(root, [](const Node& node, IStorage& parent) {
+    return walk(root, [](const Node& node, IStorage& parent) {
         const std::string indent(2 * (node.path.size() - 1), ' ');
         const std::string name = printable(node.path.back());
         if (node.isStorage) {
@@ -85,7 +87,8 @@ void addLs(CLI::App& app, int& exitCode)
             const ComPtr<IStorage> root = openCompoundFile(file);
             if (options->files.size() > 1 && !options->json)
                 std::cout << bold(file) << '\n';
-            options->json ? listAsJson(*root) : listAsTree(*root);
+            if (!(options->json ? listAsJson(*root) : listAsTree(*root)))
+                throw Failure(file + ": storages below the 256th level are not listed");
         });
     });
 }

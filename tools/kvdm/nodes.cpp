@@ -14,16 +14,22 @@ namespace kvdm::tool {
 
 namespace {
 
-constexpr std::size_t deepestStorage = 256; // a damaged directory may lead in circles
+constexpr std::size_t deepestStorage = 256; // each level is a call
 constexpr std::size_t pieceSize = 1 << 20;
 constexpr std::u16string_view zlibSuffix = u"__ZLB";
 constexpr std::u16string_view zipSuffix = u"__Zip";
 
-void walkInto(IStorage& storage, std::vector<std::u16string>& path, const std::function<void(const Node&, IStorage&)>& visit)
+bool isEmpty(IStorage& storage)
+{
+    return suElementBatch(1).fetch(*enumerateElements(storage)) == 0;
+}
+
+bool walkInto(IStorage& storage, std::vector<std::u16string>& path, const std::function<void(const Node&, IStorage&)>& visit)
 {
     const ComPtr<IEnumSTATSTG> enumerator = enumerateElements(storage);
     const ComPtr<IExactListing> listing = queryAs<IExactListing>(enumerator.get());
     suElementBatch batch(64);
+    bool whole = true;
     do {
         const std::size_t count = batch.fetch(*enumerator);
         for (std::size_t i = 0; i < count; ++i) {
@@ -31,12 +37,12 @@ void walkInto(IStorage& storage, std::vector<std::u16string>& path, const std::f
             const std::u16string* exact = listing ? listing->nameBefore(count - i) : nullptr;
             path.emplace_back(exact ? std::u16string_view(*exact) : batch.name(i));
             visit({path, isStorage, isStorage ? 0 : batch[i].cbSize.QuadPart}, storage);
-            if (isStorage && path.size() < deepestStorage)
-                if (const ComPtr<IStorage> child = openStorage(storage, path.back()))
-                    walkInto(*child, path, visit);
+            if (const ComPtr<IStorage> child = isStorage ? openStorage(storage, path.back()) : nullptr)
+                whole = (path.size() < deepestStorage ? walkInto(*child, path, visit) : isEmpty(*child)) && whole;
             path.pop_back();
         }
     } while (batch.isFull());
+    return whole;
 }
 
 } // namespace
@@ -72,10 +78,10 @@ ComPtr<IStorage> openStorage(IStorage& parent, const std::u16string& name)
     return child;
 }
 
-void walk(IStorage& root, const std::function<void(const Node&, IStorage&)>& visit)
+bool walk(IStorage& root, const std::function<void(const Node&, IStorage&)>& visit)
 {
     std::vector<std::u16string> path;
-    walkInto(root, path, visit);
+    return walkInto(root, path, visit);
 }
 
 std::string formOf(const Node& node)

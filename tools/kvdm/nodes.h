@@ -22,8 +22,9 @@ struct Node
     std::uint64_t bytes = 0; // as stored
 };
 
-// All nodes in directory order, each storage before its children. Storages that cannot be read have none.
-void walk(IStorage& root, const std::function<void(const Node& node, IStorage& parent)>& visit);
+// All nodes in directory order, each storage before its children. Storages that cannot be read have none. False when there are
+// more than 256 levels: what lies deeper is not visited.
+bool walk(IStorage& root, const std::function<void(const Node& node, IStorage& parent)>& visit);
 
 // A storage in another one, by its whole name; empty when there is none.
 ComPtr<IStorage> openStorage(IStorage& parent, const std::u16string& name);

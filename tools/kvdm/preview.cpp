@@ -140,7 +140,7 @@ std::string checkOutput(const std::string& path)
 
 ComPtr<IKvPicture> previewPicture(const Document& document, const std::string& configuration)
 {
-    const ComPtr<IDispatch> picture = configuration.empty() ? anyPreview(*document.operator->()) : anyPreview(*document.configuration(configuration));
+    const ComPtr<IDispatch> picture = configuration.empty() ? anyPreview(*document) : anyPreview(*document.configuration(configuration));
     ComPtr<IKvPicture> pixels;
     if (picture && FAILED(picture->QueryInterface(IID_IKvPicture, pixels.putVoid())))
         (void)pixels.detach();

@@ -53,7 +53,7 @@ std::unique_ptr<PropertyFace> PropertyFace::of(const Document& document, const P
 {
     if (!place.configuration.empty())
         return std::make_unique<VisibleFace<IKvDMConfiguration9>>(document.configuration(place.configuration));
-    const auto owner = ComPtr<IKvDMDocument12>::share(document.operator->());
+    const auto owner = ComPtr<IKvDMDocument12>::share(&*document);
     if (place.invisible)
         return std::make_unique<InvisibleFace>(owner);
     return std::make_unique<VisibleFace<IKvDMDocument12>>(owner);

@@ -163,7 +163,7 @@ std::vector<std::string> setSummary(const Document& document, const std::map<std
         if (wanted == fields.end())
             continue;
         const std::u16string value = fromUtf8(wanted->second);
-        if (const HRESULT status = (document.operator->()->*field.put)(OwnedBstr(value).get()); FAILED(status))
+        if (const HRESULT status = ((*document).*field.put)(OwnedBstr(value).get()); FAILED(status))
             throw Failure(std::string(field.name) + " cannot be set: " + statusText(status));
         const std::u16string held = document.text(field.get).value_or(u"");
         if (held != value) // the library cuts it, and puts "?" for letters that the code page lacks
