@@ -53,6 +53,8 @@ double realOf(std::u16string_view text)
     double number = 0;
     const auto format = hexadecimal ? std::chars_format::hex : std::chars_format::general;
     const std::from_chars_result result = std::from_chars(begin, end, number, format);
+    if (result.ec == std::errc::invalid_argument)
+        return 0; // no number, and none below zero either
     if (result.ec == std::errc::result_out_of_range)
         number = isTooSmall({begin, static_cast<std::size_t>(result.ptr - begin)}, hexadecimal) ? 0 : std::numeric_limits<double>::infinity();
     return negative ? -number : number;

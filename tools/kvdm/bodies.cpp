@@ -132,11 +132,14 @@ void extract(const std::string& file, const Options& options)
         for (LONG i = 0; i < bodies; ++i)
             attempt(targets.add(name, fmt::format("body-{}", i)),
                     [&](BSTR path, KvDmBodyError* error) { return configuration->GetBody(i, path, error); });
-        const std::size_t before = failed;
+        KvDmBodyError outcome = kvDmBodyErrorNone;
         for (LONG i = 0; i < imported; ++i) {
-            attempt(targets.add(name, fmt::format("imported-{}", i)),
-                    [&](BSTR path, KvDmBodyError* error) { return configuration->GetImportedBody(i, path, error); });
-            if (failed > before) { // as those behind it would
+            attempt(targets.add(name, fmt::format("imported-{}", i)), [&](BSTR path, KvDmBodyError* error) {
+                const HRESULT status = configuration->GetImportedBody(i, path, error);
+                outcome = *error;
+                return status;
+            });
+            if (outcome == kvBodyErrorNoData) { // the list ends before its count: so it would be with those behind it
                 failed += static_cast<std::size_t>(imported - i - 1);
                 break;
             }

@@ -3,9 +3,12 @@
 
 #include <kvdocmgr/oletypes.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace kvdm::tool {
 
@@ -45,6 +48,28 @@ const CLI::App& wantedCommand(const CLI::App& app)
 std::string fullName(const CLI::App& command)
 {
     return (command.get_parent() ? fullName(*command.get_parent()) + ' ' : "") + command.get_name();
+}
+
+// A word in brackets would be taken for a list of words. A sign before it, for as long as it is parsed, keeps it whole.
+constexpr char wholeSign = '\x1f';
+
+std::vector<std::string> signedWords(int argc, char** argv)
+{
+    std::vector<std::string> words(argv + 1, argv + argc);
+    for (std::string& word : words) {
+        if (word.starts_with('[') && word.ends_with(']'))
+            word.insert(0, 1, wholeSign);
+    }
+    std::reverse(words.begin(), words.end()); // as the parser takes them
+    return words;
+}
+
+void takeSignsOff(CLI::App& command)
+{
+    for (CLI::Option* option : command.get_options())
+        option->transform([](const std::string& word) { return word.starts_with(wholeSign) ? word.substr(1) : word; });
+    for (CLI::App* below : command.get_subcommands({}))
+        takeSignsOff(*below);
 }
 
 std::string usageFailure(const CLI::App* app, const CLI::Error& error)
@@ -102,10 +127,11 @@ int main(int argc, char** argv)
     addLs(app, exitCode);
     addCat(app, exitCode);
     addCheck(app, exitCode);
+    takeSignsOff(app);
 
     const HRESULT initialized = CoInitialize(nullptr);
     try {
-        app.parse(argc, argv);
+        app.parse(signedWords(argc, argv));
     } catch (const CLI::ParseError& error) {
         const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success); // --help, --version
         app.exit(error);
