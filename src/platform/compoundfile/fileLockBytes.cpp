@@ -1,9 +1,9 @@
 #include "platform/compoundfile/lockBytes.h"
 
 #include "common/automationObject.h"
+#include "common/automationText.h"
 #include "common/statusOfException.h"
 
-#include <cstring>
 #include <limits>
 #include <string>
 
@@ -82,11 +82,9 @@ public:
         statistics->cbSize.QuadPart = bytes;
         if (flag & STATFLAG_NONAME)
             return S_OK;
-        auto* copy = static_cast<OLECHAR*>(CoTaskMemAlloc((name.size() + 1) * sizeof(OLECHAR)));
-        if (!copy)
+        statistics->pwcsName = copyForTask(name);
+        if (!statistics->pwcsName)
             return STG_E_INSUFFICIENTMEMORY;
-        std::memcpy(copy, name.c_str(), (name.size() + 1) * sizeof(OLECHAR));
-        statistics->pwcsName = copy;
         return S_OK;
     }
 

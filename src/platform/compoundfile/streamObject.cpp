@@ -1,20 +1,17 @@
 #include "platform/compoundfile/streamObject.h"
 
+#include "common/automationText.h"
 #include "common/exceptions.h"
 #include "common/statusOfException.h"
 #include "platform/compoundfile/streamCopy.h"
-
-#include <cstring>
 
 namespace kvdm {
 
 LPOLESTR copyForCaller(std::u16string_view name)
 {
-    auto* copy = static_cast<OLECHAR*>(CoTaskMemAlloc((name.size() + 1) * sizeof(OLECHAR)));
+    const LPOLESTR copy = copyForTask(name);
     if (!copy)
         throw suOleException(STG_E_INSUFFICIENTMEMORY);
-    std::memcpy(copy, name.data(), name.size() * sizeof(OLECHAR));
-    copy[name.size()] = 0;
     return copy;
 }
 
