@@ -121,6 +121,14 @@ TEST(EmptyOutPointers, AreAllowedWhereTheMethodDoesNotNeedThem)
     const auto neutral = ask<ICommonCadDocument>(document.get(), IID_ICommonCadDocument);
     EXPECT_EQ(neutral->DoDissectionToStore(nullptr), E_NOTIMPL);
     EXPECT_EQ(neutral->GetKeyWordStream(nullptr), S_OK);
+    EXPECT_EQ(neutral->get_ConfigurationManager(nullptr), S_OK);
+    OwnedVariant list;
+    EXPECT_EQ(document->GetAllExternalReferences3(nullptr, nullptr, nullptr, list.put()), S_OK);
+    EXPECT_EQ(document->GetTable(nullptr, nullptr), S_OK);
+    KvDmXmlDataError xmlError = kvDmXmlDataErrorNone;
+    EXPECT_EQ(document->GetKeyWordStream2(nullptr, &xmlError), S_OK);
+    EXPECT_EQ(xmlError, kvDmXmlDataErrorFileCreation) << "there are keywords, and no DOM to give";
+    EXPECT_EQ(newApplication()->CopyDocument(nullptr, nullptr, {}, {}, 0, nullptr, nullptr), S_OK);
 }
 
 } // namespace
