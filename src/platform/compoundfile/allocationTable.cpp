@@ -17,7 +17,8 @@ void AllocationTable::start(const CompoundHeader& header)
     places.clear();
     difat.clear();
     difatSeen.clear();
-    ahead.clear();
+    difatRun = {};
+    aheadCount = 0;
     // The count of the header is not asked: files whose count is wrong are many, and a free slot ends the list anyway.
     const auto end = std::find(header.fat.begin(), header.fat.end(), freeSector);
     places.assign(header.fat.begin(), end);
@@ -30,7 +31,7 @@ void AllocationTable::adopt(const CompoundHeader& header, std::vector<std::uint3
     bytesPerSector = header.sectorBytes();
     places = std::move(newPlaces);
     difat = std::move(newDifat);
-    ahead.clear();
+    aheadCount = 0;
     nextDifat = endOfChain;
 }
 
@@ -46,38 +47,39 @@ std::uint32_t AllocationTable::sectorCount() const noexcept
 // An index that runs in a circle ends where it meets itself, so it is never larger than the file.
 bool AllocationTable::iReadDifat()
 {
-    if (nextDifat >= sectorCount() || difatSeen.contains(nextDifat))
+    if (nextDifat >= sectorCount() || nextDifat - difatRun.sector < difatRun.count || difatSeen.contains(nextDifat))
         return false;
-    difatSeen.add(nextDifat, 1);
+    if (difatRun.count != 0 && nextDifat == difatRun.sector + difatRun.count)
+        ++difatRun.count;
+    else {
+        if (difatRun.count != 0)
+            difatSeen.add(difatRun.sector, difatRun.count);
+        difatRun = {nextDifat, 1};
+    }
     // The index of a large file is many sectors that each lead to the next, mostly its neighbour: where that is so, many are read
     // at once.
-    if (ahead.empty() || nextDifat < aheadFrom || nextDifat - aheadFrom >= ahead.size() / bytesPerSector) {
+    if (nextDifat < aheadFrom || nextDifat - aheadFrom >= aheadCount) {
         const bool goesOn = !difat.empty() && nextDifat == difat.back() + 1;
         const std::size_t left = difatTold > difat.size() ? difatTold - difat.size() : 1;
-        std::vector<std::uint8_t> read = std::move(ahead);
-        ahead.clear(); // whatever happens
-        read.resize(goesOn ? std::min(left * bytesPerSector, mostAhead) : bytesPerSector);
-        read.resize(file.readFresh(offsetOf(nextDifat), read.data(), read.size()) / bytesPerSector * bytesPerSector);
-        ahead = std::move(read);
+        const std::size_t wanted = goesOn ? std::min(left * bytesPerSector, mostAhead) : bytesPerSector;
+        aheadCount = 0; // whatever happens
+        ahead = std::make_unique_for_overwrite<std::uint8_t[]>(wanted);
+        aheadCount = static_cast<std::uint32_t>(file.readFresh(offsetOf(nextDifat), ahead.get(), wanted) / bytesPerSector);
         aheadFrom = nextDifat;
-        places.reserve(places.size() + ahead.size() / 4);
-        if (ahead.empty())
+        places.reserve(places.size() + std::size_t{aheadCount} * linksPerSector());
+        if (aheadCount == 0)
             return false;
     }
-    const std::uint8_t* sector = ahead.data() + std::size_t{nextDifat - aheadFrom} * bytesPerSector;
+    const std::uint8_t* sector = ahead.get() + std::size_t{nextDifat - aheadFrom} * bytesPerSector;
     difat.push_back(nextDifat);
     const std::uint32_t slots = linksPerSector() - 1;
     nextDifat = readLe32(sector + 4 * slots);
     const std::size_t before = places.size();
     places.resize(before + slots);
-    for (std::uint32_t i = 0; i < slots; ++i) {
-        const std::uint32_t place = readLe32(sector + 4 * i);
-        if (place == freeSector) {
-            nextDifat = endOfChain;
-            places.resize(before + i);
-            break;
-        }
-        places[before + i] = place;
+    copyLe32(places.data() + before, sector, slots);
+    if (places.back() == freeSector) { // the last of the index: it ends with its first free slot
+        nextDifat = endOfChain;
+        places.erase(std::find(places.begin() + static_cast<std::ptrdiff_t>(before), places.end(), freeSector), places.end());
     }
     if (const std::size_t most = largestSector / linksPerSector() + 1; places.size() > most) { // more than sectors have numbers
         places.resize(most);

@@ -5,6 +5,7 @@
 #include "platform/compoundfile/format.h"
 #include "platform/compoundfile/sectorSet.h"
 
+#include <memory>
 #include <vector>
 
 namespace kvdm {
@@ -45,9 +46,10 @@ private:
     std::uint32_t bytesPerSector = 512;
     std::vector<std::uint32_t> places; // of table sectors, as far as they are known
     std::vector<std::uint32_t> difat;  // sectors of the index that were read
+    SectorRun difatRun{};              // the neighbours that were met last; they are not yet in difatSeen
     SectorSet difatSeen;
-    std::vector<std::uint8_t> ahead; // sectors of the index that were read, from this one on
-    std::uint32_t aheadFrom = 0;
+    std::unique_ptr<std::uint8_t[]> ahead; // sectors of the index that were read
+    std::uint32_t aheadFrom = 0, aheadCount = 0;
     std::uint32_t nextDifat = endOfChain;
     std::uint32_t difatTold = 0; // how many there are if the header is right
 };
