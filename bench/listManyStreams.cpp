@@ -18,7 +18,7 @@ using namespace kvdm::bench;
 
 constexpr std::size_t few = 1000;
 constexpr std::size_t many = 10000;
-constexpr double mostGrowth = 12; // 10 times as many, and a little for caches that no longer hold all
+constexpr double mostGrowth = 15; // 10 times as many, which no cache of the processor holds any more; the square of that would be 100
 constexpr double leastLeadOverGsf = 1;
 
 struct Kind

@@ -19,7 +19,7 @@ using namespace kvdm;
 using namespace kvdm::bench;
 
 constexpr std::size_t documentCount = 2000;
-constexpr double leastLeadOverOlefile = 5;
+constexpr double leastLeadOverOlefile = 4;
 constexpr double leastLeadOverGsf = 1;
 
 // Seconds that the Python peer took for all documents, as it tells; negative when it cannot run here. The system's own Python
