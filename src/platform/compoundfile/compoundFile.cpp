@@ -95,17 +95,25 @@ void CompoundFile::create(DWORD mode)
     }
 }
 
+// What was known and done on top of the committed state. First sectors that only the given up work had go as well: found again
+// as others' sectors they would look like damage.
+void CompoundFile::iForgetWork() noexcept
+{
+    contents.clear();
+    toWrite.clear();
+    retired.clear();
+    largeStarts.clear();
+    mostContents = leastContents;
+    streamsChecked = false;
+    torn = false;
+}
+
 // What the byte array holds stays the committed state until the first commit, so that a new file takes the place of another
 // one as a whole. Sectors that a sound file of the same kind does not use may be used; behind any other bytes there is room.
 void CompoundFile::iStartReplacement()
 {
     isReplacing = true;
-    contents.clear();
-    toWrite.clear();
-    retired.clear();
-    mostContents = leastContents;
-    streamsChecked = false;
-    torn = false;
+    iForgetWork();
     const HRESULT status =
         file.readFirst(headerOnDisk.data(), headerBytes) == headerBytes ? CompoundHeader::decode(headerOnDisk, header) : STG_E_READFAULT;
     bool isKnown = SUCCEEDED(status) && header.sectorShift == CompoundHeader().sectorShift;
@@ -171,12 +179,7 @@ void CompoundFile::iStart()
     table.start(header);
     allocator.start(header.transactionSignature, !wide, !mayWrite);
     directory.start(header.directoryStart, wide);
-    contents.clear();
-    toWrite.clear();
-    retired.clear();
-    mostContents = leastContents;
-    streamsChecked = false;
-    torn = false;
+    iForgetWork();
     if (!mayWrite)
         file.keepWritesInMemory(table.offsetOf(table.sectorCount()));
     const EntryView root = directory.entry(rootId);

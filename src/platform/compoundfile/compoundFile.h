@@ -63,6 +63,7 @@ public:
 
 private:
     void iReadHeader();
+    void iForgetWork() noexcept;
     void iStart();
     void iStartReplacement();
     bool iTablesAgree();
